@@ -1,0 +1,14 @@
+#include "app/Utils.h"
+
+#include <QHash>
+
+#include <gtest/gtest.h>
+
+// As the program itself: texts are UTF-8 and the order of XML attributes does not change.
+int main(int argc, char** argv)
+{
+    qSetGlobalQHashSeed(0);
+    useUtf8Everywhere();
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
