@@ -1,0 +1,86 @@
+#pragma once
+
+// Resource files, as loaded in memory: lists of lines.
+
+#include "resource/p_item.h"
+#include "resource/p_line.h"
+#include "resource/p_string.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+class T_resource_manager;
+
+/// Which of the three files a resource set came from.
+enum T_resource_source {
+    RESOURCE_SOURCE_ORMALIN = 0,  ///< the workbench's own file
+    RESOURCE_SOURCE_USER = 1,     ///< the user's file
+    RESOURCE_SOURCE_EXPLICIT = 2, ///< a file named explicitly
+};
+
+/// Owned by the manager, in the slot of its source; in no list. Owns its lines.
+class T_resource_file : public T_resource_item
+{
+public:
+    /// An empty file; nothing is read.
+    T_resource_file(T_resource_manager* manager, const char* path, T_resource_source origin);
+    /// Takes its lines along, and with them every resource that they define.
+    ~T_resource_file() override;
+
+    T_resource_manager* get_manager() const;
+    const char* get_name() const
+    {
+        return name.get_text();
+    }
+    void set_name(const char* path);
+    T_resource_source get_source() const
+    {
+        return source;
+    }
+
+    T_resource_line* first_line() const
+    {
+        return static_cast<T_resource_line*>(first);
+    }
+    T_resource_line* last_line() const
+    {
+        return static_cast<T_resource_line*>(last);
+    }
+    /// The first line numbered at least `n`, or null.
+    T_resource_line* get_line(std::uint32_t n) const;
+    /// Replaces the text of the first line numbered at least `n`, or appends a line, which gets
+    /// the number after the last one whatever `n` was.
+    void set_line(std::uint32_t n, const char* text);
+    T_resource_line* append_line(const char* text);
+    /// Deletes the first line numbered at least `n`, if there is one.
+    void delete_line(std::uint32_t n);
+    void delete_line(T_resource_line* line);
+
+    /// Reads the file line by line as set_line does, numbered from 1, and returns the first line;
+    /// null when there is none, or when the file cannot be opened (reported) or is empty. The
+    /// lines come back without items: resources that lines already here defined are deleted, since
+    /// the analysis that follows finds them again wherever their text has stayed.
+    T_resource_line* load();
+
+    /// Writes the lines to the file; what it held before is kept under the name with a tilde.
+    /// Failures are reported.
+    void save() const;
+
+private:
+    // A line enters the list itself.
+    friend class T_resource_line;
+
+    void forget_items();
+    void read_lines(FILE* stream, std::size_t size);
+    void put_line(T_resource_line* line, const char* text);
+    bool write_lines(FILE* stream) const;
+
+    T_resource_string name;
+    T_resource_source source;
+    T_resource_item* first = nullptr;
+    T_resource_item* last = nullptr;
+};
+
+/// As fopen; a failure is reported.
+FILE* s_fopen(const char* path, const char* mode);

@@ -1,0 +1,129 @@
+#pragma once
+
+// The base of everything in a resource set, and the intrusive lists that hold it.
+//
+// Who owns what:
+//
+//   T_resource_manager
+//    |-- three file slots --> T_resource_file --lines--> T_resource_line  <-----.
+//    `-- tools -------------> T_resource_tool                                   | line and item
+//                              `-- resources --> T_resource_ident    <----------| point at each
+//                                                 `-- comments --> T_resource_comment <-' other
+//
+// A line and the identifier or comment it holds also die together. Whichever goes first clears
+// the link before it reaches for the other, so that the other does not come back:
+//   - a line takes its identifier along, and with it the other lines of the same definition;
+//   - an identifier takes its comments and the lines of its definition along;
+//   - a comment takes its line along;
+//   - a line leaves its comment to the comment's identifier, and takes it along if it has none.
+//
+// What always holds between two calls:
+//   - an empty list has both ends null; otherwise the first item has no previous one, the last no
+//     next one, and the neighbours of an item point back at it;
+//   - the owner of an item is the object that holds the list the item is in;
+//   - the lines of one definition stand side by side in one file, all with the identifier as their
+//     item; the identifier's line is the last of them. No other line has it as its item;
+//   - a comment's line has the comment as its item. The comment may outlive the line, without one;
+//   - a comment that was handed to no identifier has no owner and is in no list: its line owns it.
+
+#include <cstdint>
+#include <map>
+#include <string_view>
+
+/// Codes of the concrete classes; a tool bears that of a plain item, and 5 is not used.
+enum T_resource_type : std::int32_t {
+    RESOURCE_TYPE_ITEM = 0,
+    RESOURCE_TYPE_LINE = 1,
+    RESOURCE_TYPE_FILE = 2,
+    RESOURCE_TYPE_IDENT = 3,
+    RESOURCE_TYPE_COMMENT = 4,
+    RESOURCE_TYPE_MANAGER = 6,
+};
+
+class T_resource_item
+{
+public:
+    virtual ~T_resource_item();
+    /// Appends the item to the list when both list pointers are given, else leaves it unlinked.
+    T_resource_item(T_resource_item** first, T_resource_item** last, T_resource_item* list_owner,
+                    T_resource_type code = RESOURCE_TYPE_ITEM);
+    T_resource_item(const T_resource_item&) = delete;
+    T_resource_item& operator=(const T_resource_item&) = delete;
+
+    T_resource_type get_type() const
+    {
+        return type;
+    }
+    T_resource_item* get_owner() const
+    {
+        return owner;
+    }
+    T_resource_item* get_previous() const
+    {
+        return previous;
+    }
+    T_resource_item* get_next() const
+    {
+        return next;
+    }
+
+    /// Takes an item out of its list; it lives on without neighbours.
+    friend void unlink_item(T_resource_item* item, T_resource_item** first, T_resource_item** last);
+    /// Takes an item out of its list and destroys it. While it is being destroyed the item still
+    /// knows the neighbours that it had.
+    friend void delete_item(T_resource_item* item, T_resource_item** first, T_resource_item** last);
+    /// Destroys the items of a list from the front, until none is left: an item may take others of
+    /// the same list along.
+    friend void delete_list(T_resource_item** first, T_resource_item** last);
+
+protected:
+    void set_owner(T_resource_item* new_owner)
+    {
+        owner = new_owner;
+    }
+
+private:
+    void close_gap(T_resource_item** first, T_resource_item** last) const;
+
+    T_resource_type type;
+    T_resource_item* owner;
+    T_resource_item* previous = nullptr;
+    T_resource_item* next = nullptr;
+};
+
+void unlink_item(T_resource_item* item, T_resource_item** first, T_resource_item** last);
+void delete_item(T_resource_item* item, T_resource_item** first, T_resource_item** last);
+void delete_list(T_resource_item** first, T_resource_item** last);
+
+/// Finds the first item of a name in a list without walking it. The list remains the truth: an
+/// item enters when it is appended and leaves when it is destroyed, and its name never changes.
+template <typename T>
+class T_resource_index
+{
+public:
+    void enter(T* item)
+    {
+        // Equal names stay in the order in which they came: the order of the list.
+        items.emplace(item->get_name(), item);
+    }
+
+    void leave(T* item)
+    {
+        for (auto at = items.lower_bound(item->get_name()); at != items.end(); ++at) {
+            if (at->second == item) {
+                items.erase(at);
+                return;
+            }
+        }
+    }
+
+    /// The first item of that name, or null.
+    T* first(const char* name) const
+    {
+        const auto at = items.lower_bound(name);
+        return at != items.end() && at->first == name ? at->second : nullptr;
+    }
+
+private:
+    std::multimap<std::string_view, T*> items;
+};

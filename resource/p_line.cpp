@@ -1,0 +1,58 @@
+#include "resource/p_line.h"
+
+#include "resource/p_comm.h"
+#include "resource/p_file.h"
+#include "resource/p_resour.h"
+#include "resource/p_tool.h"
+
+T_resource_line::T_resource_line(T_resource_file* file, std::uint32_t n, const char* text)
+    : T_resource_item(&file->first, &file->last, file, RESOURCE_TYPE_LINE), number(n), value(text)
+{
+}
+
+T_resource_line::~T_resource_line()
+{
+    // 1. A comment loses its line, and its life if the line was all that held it.
+    detach_comment();
+    // 2. An identifier goes, and takes the other lines of its definition along. When this is the
+    //    line it points at, it first moves to the one before, if the definition reaches so far.
+    T_resource_ident* const ident = get_ident();
+    if (ident == nullptr) {
+        return;
+    }
+    item = nullptr;
+    if (ident->get_line() == this) {
+        T_resource_line* const before = previous_line();
+        ident->set_line(before && before->get_item() == ident ? before : nullptr);
+    }
+    ident->get_tool()->delete_ident(ident);
+}
+
+T_resource_file* T_resource_line::get_file() const
+{
+    return static_cast<T_resource_file*>(get_owner());
+}
+
+void T_resource_line::set_value(const char* text)
+{
+    value.init_string(text);
+}
+
+T_resource_ident* T_resource_line::get_ident() const
+{
+    const bool held = item != nullptr && item->get_type() == RESOURCE_TYPE_IDENT;
+    return held ? static_cast<T_resource_ident*>(item) : nullptr;
+}
+
+void T_resource_line::detach_comment()
+{
+    if (item == nullptr || item->get_type() != RESOURCE_TYPE_COMMENT) {
+        return;
+    }
+    auto* const comment = static_cast<T_resource_comment*>(item);
+    item = nullptr;
+    comment->clear_line();
+    if (comment->get_owner() == nullptr) {
+        delete comment;
+    }
+}

@@ -1,0 +1,98 @@
+#include "resource/p_resour.h"
+
+#include "resource/p_comm.h"
+#include "resource/p_file.h"
+#include "resource/p_line.h"
+#include "resource/p_mark.h"
+#include "resource/p_tool.h"
+
+#include <string>
+
+T_resource_ident::T_resource_ident(T_resource_tool* tool, const char* resource, const char* text)
+    : T_resource_item(&tool->first, &tool->last, tool, RESOURCE_TYPE_IDENT), name(resource),
+      value(text)
+{
+    tool->index.enter(this);
+}
+
+T_resource_ident::~T_resource_ident()
+{
+    // 1. Nobody finds the identifier any more.
+    get_tool()->index.leave(this);
+    // 2. The comments go, and their lines with them.
+    delete_list(&first, &last);
+    // 3. The lines of the definition go, the last first.
+    delete_lines();
+}
+
+T_resource_tool* T_resource_ident::get_tool() const
+{
+    return static_cast<T_resource_tool*>(get_owner());
+}
+
+void T_resource_ident::set_value(const char* text)
+{
+    value.init_string(text);
+}
+
+void T_resource_ident::attach(T_resource_line* first_part, T_resource_line* new_line)
+{
+    line = new_line;
+    line->set_item(this);
+    for (T_resource_line* part = first_part; part != line; part = part->next_line()) {
+        part->set_item(this);
+    }
+}
+
+void T_resource_ident::delete_lines()
+{
+    T_resource_line* const part = line;
+    line = nullptr;
+    delete_lines_back_from(part);
+}
+
+void T_resource_ident::delete_earlier_lines()
+{
+    delete_lines_back_from(line->previous_line());
+}
+
+void T_resource_ident::delete_lines_back_from(T_resource_line* part)
+{
+    while (part != nullptr && part->get_item() == this) {
+        T_resource_line* const before = part->previous_line();
+        part->set_item(nullptr);
+        part->get_file()->delete_line(part);
+        part = before;
+    }
+}
+
+T_resource_comment* T_resource_ident::first_comment() const
+{
+    return static_cast<T_resource_comment*>(first);
+}
+
+void T_resource_ident::take_comments(T_resource_item** pending_first,
+                                     T_resource_item** pending_last)
+{
+    release_comments(&first, &last);
+    first = *pending_first;
+    last = *pending_last;
+    *pending_first = nullptr;
+    *pending_last = nullptr;
+    for (T_resource_item* comment = first; comment != nullptr; comment = comment->get_next()) {
+        static_cast<T_resource_comment*>(comment)->set_ident(this);
+    }
+}
+
+T_resource_string new_value(const T_resource_ident& ident)
+{
+    std::string text = get_RESOURCE_MARK_RESOURCE();
+    text += get_RESOURCE_MARK_STAR();
+    text += ident.get_tool()->get_name();
+    text += get_RESOURCE_MARK_STAR();
+    text += ident.get_name();
+    text += get_RESOURCE_MARK_COLON();
+    text += get_RESOURCE_MARK_SPACE();
+    text += ident.get_value();
+    return T_resource_string(text.c_str());
+}

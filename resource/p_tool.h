@@ -1,0 +1,63 @@
+#pragma once
+
+// Tools: the names under which resources are grouped.
+
+#include "resource/p_item.h"
+#include "resource/p_resour.h"
+#include "resource/p_string.h"
+
+#include <cstdio>
+
+class T_resource_line;
+class T_resource_manager;
+
+/// Owned by the manager. Owns its resources, in the order in which they were first defined.
+class T_resource_tool : public T_resource_item
+{
+public:
+    /// Appends the tool to the tools of `manager`.
+    T_resource_tool(T_resource_manager* manager, const char* tool);
+    /// Takes its resources along, whatever files their lines lie in.
+    ~T_resource_tool() override;
+
+    T_resource_manager* get_manager() const;
+    T_resource_tool* next_tool() const
+    {
+        return static_cast<T_resource_tool*>(get_next());
+    }
+    const char* get_name() const
+    {
+        return name.get_text();
+    }
+    T_resource_ident* first_ident() const
+    {
+        return static_cast<T_resource_ident*>(first);
+    }
+
+    /// The resource of exactly that name; null when there is none or the name is null.
+    T_resource_ident* get_resource(const char* resource) const;
+
+    /// Gives a resource its value. With a line (file analysis), which holds no item or is
+    /// the last of the definition already, the definition moves to that line, and all lines of the
+    /// earlier one are deleted. Without a line it is written into the file that is saved. A
+    /// resource that exists keeps its place in the list. Null, after a report, for one that exists
+    /// and has no line.
+    T_resource_ident* set_resource(const char* resource, const char* value, T_resource_line* line);
+
+    /// Deletes the resource of that name, if there is one, with its lines.
+    void delete_resource(const char* resource);
+    void delete_ident(T_resource_ident* ident);
+    void print_resources(FILE* stream) const;
+
+private:
+    // An identifier enters and leaves list and index itself.
+    friend class T_resource_ident;
+
+    void move_definition(T_resource_ident* ident, T_resource_line* line) const;
+    void write_definition(T_resource_ident* ident) const;
+
+    T_resource_string name;
+    T_resource_item* first = nullptr;
+    T_resource_item* last = nullptr;
+    T_resource_index<T_resource_ident> index;
+};
