@@ -1,0 +1,22 @@
+#pragma once
+
+// Reading an XML document from a file that may be missing, huge or hostile.
+
+#include <QDomDocument>
+#include <QString>
+
+/// Elements nested deeper than this make a document malformed: the DOM is freed and written
+/// recursively, so that a deeper one could exhaust the stack. Real files have about six levels.
+constexpr int MAX_XML_DEPTH = 256;
+
+/// Files larger than this (in bytes) are refused like unreadable ones.
+constexpr long long MAX_XML_FILE_SIZE = 1LL << 30;
+
+/// Reads the file at `path` (a plain path in the file system, taken as UTF-8) into `document`,
+/// without namespace processing.
+///
+/// Returns false, with `document` untouched, when there is no such file, it cannot be read or is
+/// not a regular file (a pipe would block, a device might never end). Returns true otherwise; a
+/// file that is not well-formed gives a document that is empty but not null: no part of what stands
+/// before the error is kept. Nothing is reported.
+bool readXmlFile(const QString& path, QDomDocument& document);
