@@ -1,0 +1,169 @@
+// How the pieces come to be the text of the whole: the DOM writes a node in its tree the same
+// whether it is asked for the node or for the document, as long as the node is a child of the
+// document element (that is the depth it assumes for a node of its own). So each child is written
+// by itself, and what stands around the children (declaration, document type, comments, the tags
+// of the document element) is taken from the document while a mark stands in place of all of them.
+
+#include "pos/document_text.h"
+#include "pos/pos.h"
+
+#include <QRegularExpression>
+#include <QTextCodec>
+#include <QTextStream>
+
+#include <algorithm>
+#include <utility>
+
+namespace pos
+{
+
+namespace
+{
+
+/// What stands before and after the children of the document element.
+struct frame_t {
+    QString head;
+    QString tail;
+    QTextCodec* codec = nullptr; ///< the one that the document's declaration asks for
+};
+
+/// The frame of a document whose document element is empty, as it is around text or around other
+/// nodes: line ends and indentation differ.
+frame_t frameAround(QDomDocument& document, bool text)
+{
+    QDomElement root = document.documentElement();
+    QTextCodec* codec = nullptr;
+    // A reference is written without indentation or line end of its own.
+    const auto textAround = [&](const QString& mark) {
+        const QDomNode node = text ? root.appendChild(document.createTextNode(mark))
+                                   : root.appendChild(document.createEntityReference(mark));
+        QString result;
+        QTextStream stream(&result);
+        document.save(stream, XML_INDENT);
+        codec = stream.codec();
+        stream.flush();
+        root.removeChild(node);
+        return result;
+    };
+    // The mark is where two texts differ: any text that one could search for might stand in a
+    // comment of the head as well.
+    const QString one = textAround(QStringLiteral("a"));
+    const QString other = textAround(QStringLiteral("b"));
+    const auto difference = std::mismatch(one.begin(), one.end(), other.begin()).first;
+    const int position = static_cast<int>(difference - one.begin());
+    const int around = text ? 0 : 1; // "&" and ";"
+    return {one.left(position - around), one.mid(position + 1 + around), codec};
+}
+
+/// The frame of a document whose document element has children. They are moved out and back, since
+/// a copy of the document would lose the document type's identifiers and the attribute order.
+frame_t frameOf(QDomDocument& document)
+{
+    QDomElement root = document.documentElement();
+    const bool textFirst = root.firstChild().isText();
+    const bool textLast = root.lastChild().isText();
+    QDomDocumentFragment children = document.createDocumentFragment();
+    while (root.hasChildNodes()) {
+        children.appendChild(root.firstChild());
+    }
+    frame_t frame = frameAround(document, textFirst);
+    if (textLast != textFirst) {
+        frame.tail = frameAround(document, textLast).tail;
+    }
+    root.appendChild(children);
+    return frame;
+}
+
+} // namespace
+
+void DocumentText::setDocument(const QDomDocument& newDocument)
+{
+    document = newDocument;
+    allChanged();
+}
+
+void DocumentText::changed(std::size_t obligation)
+{
+    if (allOutdated) {
+        return;
+    }
+    if (obligation >= obligations.size()) {
+        allChanged(); // it came after the text was made
+        return;
+    }
+    outdated.insert(obligation);
+}
+
+void DocumentText::allChanged()
+{
+    allOutdated = true;
+}
+
+const std::vector<QByteArray>& DocumentText::pieces()
+{
+    if (allOutdated) {
+        renew();
+    }
+    for (const std::size_t index : outdated) {
+        const obligation_t& obligation = obligations[index];
+        texts[obligation.piece] = textOf(obligation.element);
+    }
+    outdated.clear();
+    return texts;
+}
+
+void DocumentText::renew()
+{
+    texts.clear();
+    obligations.clear();
+    outdated.clear();
+    allOutdated = false;
+    const QDomElement root = document.documentElement();
+    if (!root.hasChildNodes()) {
+        texts.push_back(document.toByteArray(XML_INDENT));
+        return;
+    }
+    const frame_t frame = frameOf(document);
+    codec = frame.codec;
+    texts.push_back(frame.head.toUtf8());
+    for (QDomNode child = root.firstChild(); !child.isNull(); child = child.nextSibling()) {
+        if (child.isElement() && child.nodeName() == TAG_PROOF_OBLIGATION) {
+            obligations.push_back({child.toElement(), texts.size()});
+        }
+        texts.push_back(textOf(child));
+    }
+    texts.push_back(frame.tail.toUtf8());
+}
+
+QByteArray DocumentText::textOf(const QDomNode& node) const
+{
+    QString text;
+    QTextStream stream(&text);
+    stream.setCodec(codec);
+    node.save(stream, XML_INDENT);
+    stream.flush();
+    QByteArray bytes = text.toUtf8();
+    bytes.squeeze(); // the conversion reserves three times the room
+    return bytes;
+}
+
+void declareUtf8(QDomDocument& document)
+{
+    QDomProcessingInstruction declaration = document.firstChild().toProcessingInstruction();
+    if (declaration.isNull() || declaration.target() != QStringLiteral("xml")) {
+        return;
+    }
+    static const QRegularExpression encoding(
+        QStringLiteral("(?:^|\\s)encoding\\s*=\\s*(?:\"([^\"]*)\"|'([^']*)')"));
+    QString data = declaration.data();
+    const QRegularExpressionMatch match = encoding.match(data);
+    const int name = match.lastCapturedIndex(); // the one of the two kinds of quotes that is there
+    const QString utf8 = QStringLiteral("UTF-8");
+    if (!match.hasMatch() || match.captured(name).compare(utf8, Qt::CaseInsensitive) == 0) {
+        return;
+    }
+    data.replace(match.capturedStart(name), match.capturedLength(name), utf8);
+    declaration.setData(data);
+}
+
+} // namespace pos

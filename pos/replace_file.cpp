@@ -1,0 +1,158 @@
+#include "pos/replace_file.h"
+
+#include <QFile>
+#include <QSaveFile>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <memory>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+namespace pos
+{
+
+namespace
+{
+
+enum class outcome_t {
+    replaced,
+    failed,    ///< the new content cannot be written; nothing has changed
+    notBeside, ///< the folder does not take a new file, or not in place of the old one
+};
+
+/// Writes the buffers to the end, however many bytes the system takes at a time.
+bool writeBuffers(int fd, iovec* buffers, int count)
+{
+    while (count > 0) {
+        const ssize_t result = ::writev(fd, buffers, count);
+        if (result < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return false;
+        }
+        auto written = static_cast<std::size_t>(result);
+        while (count > 0 && written >= buffers->iov_len) {
+            written -= buffers->iov_len;
+            ++buffers;
+            --count;
+        }
+        if (count > 0) {
+            buffers->iov_base = static_cast<char*>(buffers->iov_base) + written;
+            buffers->iov_len -= written;
+        }
+    }
+    return true;
+}
+
+/// Writes the pieces and has them reach the disk. Pieces are many and small: they are handed over
+/// in as few system calls as the system allows.
+bool writePieces(int fd, const std::vector<QByteArray>& pieces)
+{
+    std::array<iovec, IOV_MAX> buffers{};
+    int count = 0;
+    for (const QByteArray& piece : pieces) {
+        if (count == IOV_MAX) {
+            if (!writeBuffers(fd, buffers.data(), count)) {
+                return false;
+            }
+            count = 0;
+        }
+        // The system only reads from it.
+        buffers[static_cast<std::size_t>(count++)] = {const_cast<char*>(piece.constData()),
+                                                      static_cast<std::size_t>(piece.size())};
+    }
+    if (!writeBuffers(fd, buffers.data(), count)) {
+        return false;
+    }
+    // A full disk or a lost server may show only now. Some file systems have nothing to do here.
+    return ::fsync(fd) == 0 || errno == EINVAL;
+}
+
+/// Writes a new file beside the old one and puts it in its place.
+outcome_t replaceByNewFile(const QByteArray& path, const struct stat& old,
+                           const std::vector<QByteArray>& pieces)
+{
+    const QString name = QString::fromUtf8(path);
+    if (QFile::encodeName(name) != path) {
+        return outcome_t::notBeside; // Qt would write to another name
+    }
+    QSaveFile file(name);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+        return outcome_t::notBeside;
+    }
+    const int fd = file.handle();
+    // Only root may give a file away, its owner may at least keep the group: as far as it goes.
+    static_cast<void>(::fchown(fd, old.st_uid, old.st_gid) == 0 ||
+                      ::fchown(fd, static_cast<uid_t>(-1), old.st_gid) == 0);
+    if (!writePieces(fd, pieces)) {
+        return outcome_t::failed;
+    }
+    return file.commit() ? outcome_t::replaced : outcome_t::notBeside;
+}
+
+/// Writes over the old content. A lack of room shows before the first byte is lost.
+bool writeInPlace(int fd, off_t oldSize, const std::vector<QByteArray>& pieces)
+{
+    off_t size = 0;
+    for (const QByteArray& piece : pieces) {
+        size += piece.size();
+    }
+    if (size > oldSize) {
+        const int error = ::posix_fallocate(fd, 0, size);
+        if (error != 0) {
+            static_cast<void>(::ftruncate(fd, oldSize) == 0);
+            errno = error;
+            return false;
+        }
+    }
+    return writePieces(fd, pieces) && ::ftruncate(fd, size) == 0;
+}
+
+bool replaceInPlace(const QByteArray& path, off_t oldSize, const std::vector<QByteArray>& pieces)
+{
+    const int fd = ::open(path.constData(), O_WRONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return false;
+    }
+    const bool written = writeInPlace(fd, oldSize, pieces);
+    const int error = errno;
+    const bool closed = ::close(fd) == 0;
+    if (!written) {
+        errno = error;
+    }
+    return written && closed;
+}
+
+} // namespace
+
+bool replaceFile(const QString& path, const std::vector<QByteArray>& pieces)
+{
+    const std::unique_ptr<char, decltype(&std::free)> real(
+        ::realpath(path.toUtf8().constData(), nullptr), &std::free);
+    struct stat old = {};
+    if (!real || ::stat(real.get(), &old) != 0) {
+        return false;
+    }
+    if (!S_ISREG(old.st_mode)) {
+        errno = S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
+        return false;
+    }
+    if (::faccessat(AT_FDCWD, real.get(), W_OK, AT_EACCESS) != 0) {
+        return false;
+    }
+    const QByteArray target(real.get());
+    const outcome_t outcome = replaceByNewFile(target, old, pieces);
+    if (outcome == outcome_t::notBeside) {
+        return replaceInPlace(target, old.st_size, pieces);
+    }
+    return outcome == outcome_t::replaced;
+}
+
+} // namespace pos

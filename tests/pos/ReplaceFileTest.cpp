@@ -1,0 +1,175 @@
+#include "pos/replace_file.h"
+#include "tests/support/Support.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <functional>
+
+#include <grp.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr uid_t NOBODY = 65534;
+
+bool replace(const std::string& path, const std::vector<QByteArray>& pieces)
+{
+    return pos::replaceFile(QString::fromStdString(path), pieces);
+}
+
+struct stat statusOf(const std::string& path)
+{
+    struct stat status = {};
+    EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
+    return status;
+}
+
+std::size_t entriesOf(const std::string& folder)
+{
+    const std::filesystem::directory_iterator entries(folder);
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+/// What `action` returns in a child process, in which root has given up its rights.
+bool asNobody(const std::function<bool()>& action)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::geteuid() == 0 &&
+            (::setgroups(0, nullptr) != 0 || ::setresgid(NOBODY, NOBODY, NOBODY) != 0 ||
+             ::setresuid(NOBODY, NOBODY, NOBODY) != 0)) {
+            ::_exit(2);
+        }
+        ::_exit(action() ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) < 2) << status;
+    return status == 0;
+}
+
+/// A file in a folder of its own; both belong to whom asNobody() turns into when `given`.
+std::string makeFile(const test::TempDir& dir, mode_t folderMode, mode_t fileMode, bool given)
+{
+    ::chmod(dir.path().c_str(), 0755);
+    std::string path = dir.write("folder/c.pos", "old");
+    if (::geteuid() == 0 && given) {
+        EXPECT_EQ(::chown(path.c_str(), NOBODY, NOBODY), 0);
+        EXPECT_EQ(::chown(dir.path("folder").c_str(), NOBODY, NOBODY), 0);
+    }
+    ::chmod(path.c_str(), fileMode);
+    ::chmod(dir.path("folder").c_str(), folderMode);
+    return path;
+}
+
+} // namespace
+
+TEST(ReplaceFile, WritesEveryPieceAndKeepsModeAndOwner)
+{
+    const test::TempDir dir;
+    const std::string path = makeFile(dir, 0755, 0664, true);
+    const struct stat before = statusOf(path);
+    std::vector<QByteArray> pieces = {QByteArray()};
+    std::string expected;
+    for (int index = 0; index < 5000; ++index) { // several batches of buffers
+        pieces.push_back(QByteArray::number(index) + QByteArray(index % 7 * 100, 'x'));
+        expected += pieces.back().toStdString();
+    }
+    EXPECT_TRUE(replace(path, pieces));
+    EXPECT_EQ(test::contentOf(path), expected);
+    const struct stat after = statusOf(path);
+    EXPECT_NE(after.st_ino, before.st_ino); // a new file stepped in its place
+    EXPECT_EQ(after.st_mode, before.st_mode);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(after.st_gid, before.st_gid);
+    EXPECT_TRUE(replace(path, {}));
+    EXPECT_EQ(test::contentOf(path), "");
+    EXPECT_EQ(entriesOf(dir.path("folder")), 1U);
+}
+
+TEST(ReplaceFile, FollowsLinksAndKeepsThem)
+{
+    const test::TempDir dir;
+    const std::string target = dir.write("folder/é.pos", "old");
+    std::filesystem::create_symlink("folder/é.pos", dir.path("first"));
+    std::filesystem::create_symlink("first", dir.path("second"));
+    EXPECT_TRUE(replace(dir.path("second"), {"new"}));
+    EXPECT_EQ(test::contentOf(target), "new");
+    EXPECT_TRUE(std::filesystem::is_symlink(dir.path("first")));
+    EXPECT_TRUE(std::filesystem::is_symlink(dir.path("second")));
+}
+
+TEST(ReplaceFile, RefusesWhatIsNoRegularFileAndCreatesNothing)
+{
+    const test::TempDir dir;
+    std::filesystem::create_directory(dir.path("folder"));
+    std::filesystem::create_symlink("nowhere", dir.path("dangling"));
+    ASSERT_EQ(::mkfifo(dir.path("fifo").c_str(), 0600), 0);
+    const std::vector<std::pair<const char*, int>> rows = {
+        {"missing", ENOENT}, {"folder", EISDIR}, {"dangling", ENOENT}, {"fifo", EINVAL}};
+    for (const auto& [name, error] : rows) {
+        errno = 0;
+        EXPECT_FALSE(replace(dir.path(name), {"new"})) << name;
+        EXPECT_EQ(errno, error) << name;
+    }
+    EXPECT_EQ(entriesOf(dir.path()), 3U);
+}
+
+TEST(ReplaceFile, LeavesAFileThatMayNotBeWritten)
+{
+    const test::TempDir dir;
+    const std::string path = makeFile(dir, 0777, 0444, true);
+    EXPECT_FALSE(asNobody([&path] {
+        return replace(path, {"new"}) || errno != EACCES;
+    }));
+    EXPECT_EQ(test::contentOf(path), "old");
+    EXPECT_EQ(entriesOf(dir.path("folder")), 1U);
+}
+
+TEST(ReplaceFile, WritesInPlaceWhereTheFolderTakesNoNewFile)
+{
+    std::vector<std::pair<mode_t, bool>> rows = {{0555, true}}; // the folder may not be written
+    if (::geteuid() == 0) {
+        rows.emplace_back(01777, false); // only the owner may rename there
+    }
+    for (const auto& [folderMode, given] : rows) {
+        const test::TempDir dir;
+        const std::string path = makeFile(dir, folderMode, 0666, given);
+        const struct stat before = statusOf(path);
+        for (const char* content : {"something longer", "x", ""}) {
+            EXPECT_TRUE(asNobody([&] {
+                return replace(path, {content, "!"});
+            })) << content;
+            EXPECT_EQ(test::contentOf(path), std::string(content) + "!");
+        }
+        EXPECT_EQ(statusOf(path).st_ino, before.st_ino);
+        EXPECT_EQ(statusOf(path).st_uid, before.st_uid);
+        EXPECT_EQ(entriesOf(dir.path("folder")), 1U);
+        ::chmod(dir.path("folder").c_str(), 0755);
+    }
+}
+
+TEST(ReplaceFile, FailedWriteLeavesTheOldContentAndNothingElse)
+{
+    for (const mode_t folderMode : {0777U, 0555U}) { // a new file, and in place
+        const test::TempDir dir;
+        const std::string path = makeFile(dir, folderMode, 0666, true);
+        const bool told = asNobody([&path] {
+            ::signal(SIGXFSZ, SIG_IGN);
+            const rlimit limit = {1000, 1000};
+            ::setrlimit(RLIMIT_FSIZE, &limit);
+            return !replace(path, {QByteArray(600, 'x'), QByteArray(600, 'y')}) && errno == EFBIG;
+        });
+        EXPECT_TRUE(told) << folderMode;
+        EXPECT_EQ(test::contentOf(path), "old") << folderMode;
+        EXPECT_EQ(entriesOf(dir.path("folder")), 1U) << folderMode;
+        ::chmod(dir.path("folder").c_str(), 0755);
+    }
+}
