@@ -1,0 +1,83 @@
+#pragma once
+
+// Running the external tools: a writer alone, or a prover piped into a reader.
+//
+// Every child is a QProcess that lives on the stack of the thread that runs it, and none of its
+// channels ends in a pipe of ours: standard input is a file, output that nobody reads goes to the
+// null device, and the reader's output goes to a file in memory. So whatever the children print,
+// and in whatever order they end, nothing has to be drained and no pair of them can block the
+// other.
+//
+// Nothing here prints; the callers turn the plain records into log lines. The functions may be
+// called from several threads at once.
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+#include <mutex>
+
+class QProcess;
+
+/// The children that a stop has to kill. Once killAll() was called no further child starts.
+class ChildList
+{
+public:
+    /// Runs `start`, which starts children, unless the list is closed; then enters `children`, in
+    /// order. Returns false, with nothing started, when the list is closed.
+    bool start(const std::function<void()>& start, const QList<QProcess*>& children = {});
+
+    /// Takes `child` out of the list. To be called before the child is reaped: while it is in the
+    /// list its process id must be its own.
+    void remove(QProcess* child);
+
+    /// Kills every child in the list, in order, and closes the list for good.
+    void killAll();
+
+    /// True once killAll() was called.
+    bool isClosed() const;
+
+private:
+    mutable std::mutex mutex;
+    // Guarded by `mutex`.
+    QList<QProcess*> processes;
+    bool closed = false;
+};
+
+/// A program as a mechanism names it (perhaps wrapped in double quotes), and its arguments.
+struct Command {
+    QString path;
+    QStringList arguments;
+};
+
+enum class WriterEnd { Exited, Crashed, NotStarted, Stopped };
+
+/// Runs `writer` to its end, without a time limit once it has started; a start may take 30 seconds.
+/// Its standard input is empty and its output is discarded. `Stopped` means that `children` was
+/// closed and nothing was started.
+WriterEnd runWriter(const Command& writer, ChildList& children);
+
+enum class PairEnd {
+    Read,          ///< both ended by themselves (or were programs that cannot be executed)
+    ProverCrashed, ///< the reader was killed; there is no output
+    ReaderCrashed, ///< there is no output
+    Refused,       ///< the system had no room for another process or file; there is no output
+    Stopped        ///< the list of children was closed before the start
+};
+
+struct PairResult {
+    PairEnd end = PairEnd::Stopped;
+    QByteArray output; ///< all that the reader printed on its standard output
+    QString refusal;   ///< why the system refused a start
+};
+
+/// Runs `prover` with the file `input` on its standard input (empty input when `input` is empty)
+/// and its output piped into `reader`, until both have ended, without a time limit.
+PairResult runPair(const Command& prover, const QString& input, const Command& reader,
+                   ChildList& children);
+
+/// The program that a tool's path means: without the double quotes that a path with a blank is
+/// wrapped in, and never looked up along PATH (a bare name is one in the current directory).
+QString programOfPath(const QString& path);

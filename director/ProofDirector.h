@@ -1,0 +1,277 @@
+#pragma once
+
+// The replay engine: plays one proof mechanism over one component.
+//
+// A ProofDirector reads its mechanism file when it is made, loads the component's POS document,
+// and then, driver by driver, picks the goals still to be run, has the driver's writer turn them
+// into secondary files, pipes the prover into the reader, merges one verdict per goal into the
+// document and saves it. It owns the document, the mechanism and, while they run, the children.
+//
+// Failures are results and message lines, never exceptions of its own: a file that cannot be read
+// or written makes the operation return false; a child that fails is said on the standard log
+// stream and collected in `getErrors`, and the run goes on. Words that the formats do not know and
+// addresses out of range raise std::out_of_range, which nothing here catches.
+//
+// A director is made, loaded, played and destroyed by one thread. `stop` may be called from any
+// other thread at any time between construction and destruction; the worker bodies (`writeJob`,
+// `proveJob`, `writeAndProveJob`) from several threads at once after `prepareDriver`.
+//
+// Files and arguments are UTF-8 texts; making a director makes UTF-8 the encoding that Qt uses
+// towards the system, for the whole process.
+
+#include "mechanism/Mechanism.h"
+#include "pos/pos.h"
+
+#include <QDomDocument>
+#include <QDomElement>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <cstddef>
+#include <iosfwd>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+class ChildList;
+class SaveGroup;
+
+namespace pos
+{
+class DocumentText;
+}
+
+class ProofDirector : public QObject
+{
+    Q_OBJECT
+    Q_DISABLE_COPY(ProofDirector)
+
+public:
+    /// Where a goal stands: obligation index and goal index, both from 0, in document order.
+    using address_t = std::pair<std::size_t, std::size_t>;
+    using addresses_t = std::vector<address_t>;
+
+    /// One goal.
+    struct po_data_t {
+        pos::status_t status = pos::UNPROVED; ///< for this mechanism, as the director sees it
+        QStringList drivers;                  ///< this mechanism's drivers still to run on the goal
+        QDomElement element; ///< the goal's `Mechanism` element: a handle into the document
+    };
+    using obligations_t = std::vector<std::pair<const std::string, std::vector<po_data_t>>>;
+
+    /// One writer run.
+    struct writer_data_t {
+        QString cmd;
+        QStringList args;
+        QString po2filename;   ///< the secondary file that the run produces
+        addresses_t positions; ///< the goals of the run; handed on to the prover run
+    };
+
+    /// One prover run, followed by its reader run.
+    struct prover_data_t {
+        QString cmdp;
+        QStringList argsp;
+        QString cmdr;
+        QStringList argsr;
+        QString inpath; ///< the secondary file
+        addresses_t po_addresses;
+    };
+
+    /// Reads the mechanism file at `mechanismFile`; `isLoaded` tells whether that went well.
+    ///
+    /// `componentName` names the component in the report. `posPath` and `pogPath` are its status
+    /// and proof-obligation files, `directory` takes the secondary files. `xmlReport` selects the
+    /// XML-like report, `workers` the number of worker threads (1: no thread, 0: no job runs),
+    /// `traceLevel` the trace level (1 enables the progress lines). When `onlyDriver` is not empty
+    /// only the driver of that name is played; `onlyGoal`, an obligation name, "." and a goal
+    /// number counted from 1, restricts the play to one goal, whose status then never changes;
+    /// `onlyFast` skips the drivers that are not marked fast.
+    ProofDirector(const std::string& componentName, const std::string& mechanismFile,
+                  const std::string& posPath, const std::string& pogPath,
+                  const std::string& directory, bool xmlReport, unsigned int workers,
+                  int traceLevel, const std::string& onlyDriver, const std::string& onlyGoal,
+                  bool onlyFast);
+
+    /// Neither saves the POS file nor kills children.
+    ~ProofDirector() override;
+
+    /// True when the mechanism file was read.
+    bool isLoaded() const;
+
+    /// The base name of the mechanism file; the POS file knows the mechanism by it.
+    std::string getMechanismName() const;
+
+    /// The messages about children that failed, translated, in the order of the failures.
+    QStringList getErrors() const;
+
+    /// Loads the POS document for a first play: every driver is a candidate for every open goal.
+    /// Returns true when the mechanism was registered in at least one goal, so that the document
+    /// must be saved; false also when the file cannot be read. To be called once.
+    bool loadPosFile();
+
+    /// Loads the POS document for a replay: the drivers that reached a verdict run again. Returns
+    /// false when the file cannot be read or some goal does not know the mechanism. To be called
+    /// once.
+    bool reloadPosFile();
+
+    /// Replaces the content of the POS file by the document, in one step, and returns whether that
+    /// went well; on failure the file keeps its content. A file that is missing is not made, and a
+    /// document without a root element is never written. May be called from any thread; calls made
+    /// at the same time share a save.
+    bool savePosFile();
+
+    /// True when some goal still has a driver to run.
+    bool hasWork() const;
+
+    /// First play: loads the POS document, registering the mechanism in it where it is unknown,
+    /// and plays the drivers.
+    void play();
+
+    /// Replay: loads the POS document and plays the drivers; when it cannot be loaded, says so on
+    /// standard output.
+    void replay();
+
+    /// Kills every running prover and reader, removes the current driver's secondary files and
+    /// saves the POS document, in that order. No child starts from then on, and no further verdict
+    /// is merged; a writer that runs is left to itself. Meant to be followed by the program's end.
+    void stop();
+
+    // The steps of a play, for tools that run some of them by themselves: load, then for a driver
+    // `prepareDriver`, then the worker bodies on any number of threads.
+
+    /// Takes driver `index` of the mechanism as the one being played and prepares its jobs: goals,
+    /// command lines, job counter, report cursor. An index out of range raises std::out_of_range.
+    void prepareDriver(std::size_t index);
+
+    /// Appends the batches of goals for the current driver: one per obligation, perhaps empty; with
+    /// a goal filter one that holds the named goal, or none.
+    void selectForDriver(std::vector<addresses_t>& batches);
+
+    /// Replaces the writer runs of the current driver by those for `batches`. `directory` takes the
+    /// secondary files; `inputFile` is handed to the writer.
+    void produceWriterData(const QString& directory, const QString& inputFile,
+                           const std::vector<addresses_t>& batches);
+
+    /// Replaces the prover runs by one per writer run, whose goals they take over.
+    void produceProverData();
+
+    /// Worker bodies: take jobs of the current driver, until none is left, and write, prove, or
+    /// write and prove each.
+    void writeJob();
+    void proveJob();
+    void writeAndProveJob();
+
+    /// Runs the writer of job `index`; raises std::out_of_range when there is no such job. The
+    /// outcome shows in the log, in `getErrors`, and in whether the secondary file exists.
+    void writeEntry(const std::size_t& index);
+
+    /// Runs prover and reader of job `index`, merges and reports the verdicts and saves the POS
+    /// document; raises std::out_of_range when there is no such job.
+    void proveEntry(const std::size_t& index);
+
+    friend std::ostream& operator<<(std::ostream& out, const ProofDirector& director);
+
+private:
+    friend class ProofDirectorTest;
+
+    // ProofDirector_load.cpp
+    bool readPosFile();
+    QDomElement registerMechanism(QDomElement& goal, pos::status_t status);
+    po_data_t goalToPlay(QDomElement& goal, bool& registered);
+    bool isOpen(pos::status_t status, const QDomElement& entry) const;
+
+    // ProofDirector_save.cpp
+    bool saveDocument(bool report);
+
+    // ProofDirector_select.cpp
+    writer_data_t writerRun(const QString& file, const QStringList& goalWords,
+                            const QString& inputFile, const addresses_t& positions) const;
+
+    // ProofDirector_write.cpp and ProofDirector_prove.cpp
+    void addError(const QString& message);
+    void runJobs(bool write, bool prove);
+    void traceWriting(std::size_t index) const;
+    void traceProving(std::size_t index) const;
+    bool runProver(const prover_data_t& job, QByteArray& output);
+    bool hasExpectedCount(const prover_data_t& job, std::size_t found);
+    void mergeResults(const prover_data_t& job, const std::vector<QByteArray>& lines);
+    bool reportResults(const prover_data_t& job, const std::vector<QByteArray>& lines,
+                       std::string& report);
+    void reportHeadings(std::size_t obligation, std::string& report);
+    void applyResult(const address_t& address, const QString& word);
+
+    // ProofDirector_update.cpp
+    void updateStatus(const address_t& address, const QString& word);
+
+    // ProofDirector_play.cpp
+    void playDrivers();
+    void playDriver(std::size_t index);
+    void runWorkers();
+    void removeSecondaryFiles();
+
+    /// Writes a progress line, prefixed, when the trace level asks for it.
+    void traceLine(const std::string& line) const;
+
+    // Set at construction, only read afterwards.
+    bool loaded = false;
+    mechanism::mechanism_t mechanism;
+    QString driverFilter;
+    QString goalFilter;
+    QString pos;
+    QString pog;
+    QString dir;
+    bool xml = false;
+    unsigned int concurrency = 1;
+    int trace = 0;
+    bool fastOnly = false;
+
+    /// The POS document. Guarded by `domMutex`, as are the goal records and the counters below.
+    QDomDocument dom;
+
+    std::string component; // set at construction
+
+    /// Messages about failed children. Guarded by `entryMutex`.
+    QStringList errors;
+
+    /// Provers and readers now running; has a lock of its own.
+    std::unique_ptr<ChildList> processes;
+
+    /// Index of the next job to hand out. Guarded by `entryMutex`.
+    std::size_t nextEntry = 0;
+    mutable std::mutex entryMutex;
+
+    /// The driver being played. Changed between the workers of two drivers only.
+    mechanism::driver_t driver;
+
+    std::size_t doneCount = 0; ///< headings written for this driver; guarded by `domMutex`
+    int unprovedCount = 0;     ///< goals still unproved, for the report; guarded by `domMutex`
+    mutable std::mutex domMutex;
+
+    /// One entry per obligation of the document, with its name and goals. Guarded by `domMutex`.
+    obligations_t obligations;
+
+    /// The jobs of the current driver: entry k of both is job k. Replaced between the workers of
+    /// two drivers only; `writerData` under `fileMutex`, because `stop` reads it at any time.
+    std::vector<writer_data_t> writerData;
+    std::vector<prover_data_t> proverData;
+    std::mutex fileMutex;
+
+    /// The text of `dom`, kept up to date obligation by obligation. Guarded by `domMutex`.
+    std::unique_ptr<pos::DocumentText> text;
+
+    /// Who waits for the next save; has a lock of its own.
+    std::unique_ptr<SaveGroup> saves;
+
+    bool stopped = false; ///< no verdict is merged any more; guarded by `domMutex`
+};
+
+// Diagnostic dumps, in UTF-8.
+
+std::ostream& operator<<(std::ostream& out, const ProofDirector& director);
+std::ostream& operator<<(std::ostream& out, const ProofDirector::writer_data_t& data);
+std::ostream& operator<<(std::ostream& out, const ProofDirector::prover_data_t& data);
+std::ostream& operator<<(std::ostream& out, const ProofDirector::po_data_t& data);
+std::ostream& operator<<(std::ostream& out, const ProofDirector::obligations_t& obligations);

@@ -1,0 +1,167 @@
+// Loading the POS document. Play mode registers the mechanism where a goal does not know it and
+// opens every goal that the mechanism could still improve; replay mode offers each goal to the
+// drivers that reached a verdict before. Both leave the document in `dom` and one record per goal
+// in `obligations`. They run on the main thread, under `domMutex` once the file is parsed, so that
+// a stop in the middle never meets half a table.
+
+#include "director/ProofDirector.h"
+
+#include "app/XmlFile.h"
+#include "pos/document_text.h"
+
+namespace
+{
+
+pos::status_t statusOf(const QDomElement& element)
+{
+    return pos::proofStatusOfAttrValue(
+        element.attribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED));
+}
+
+QString statusWordOf(const QDomElement& element)
+{
+    return element.attribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+}
+
+QDomElement mechanismOf(const QDomElement& goal, const QString& name)
+{
+    QDomElement entry = goal.firstChildElement(pos::TAG_MECHANISM);
+    while (!entry.isNull() && entry.attribute(pos::ATTR_NAME) != name) {
+        entry = entry.nextSiblingElement(pos::TAG_MECHANISM);
+    }
+    return entry;
+}
+
+std::string nameOf(const QDomElement& obligation)
+{
+    return obligation.firstChildElement(pos::TAG_TAG).text().toStdString();
+}
+
+/// The drivers recorded under `entry` whose status is one of `words`; all when `words` is empty.
+QStringList driversOf(const QDomElement& entry, const QStringList& words)
+{
+    QStringList names;
+    for (QDomElement driver = entry.firstChildElement(pos::TAG_DRIVER); !driver.isNull();
+         driver = driver.nextSiblingElement(pos::TAG_DRIVER)) {
+        if (words.isEmpty() || words.contains(statusWordOf(driver))) {
+            names.append(driver.attribute(pos::ATTR_NAME));
+        }
+    }
+    return names;
+}
+
+} // namespace
+
+/// Parses the POS file into `dom`; false, with `dom` untouched, when it cannot be read. Called with
+/// `domMutex` not held.
+bool ProofDirector::readPosFile()
+{
+    QDomDocument document;
+    if (!readXmlFile(pos, document)) {
+        return false;
+    }
+    pos::declareUtf8(document);
+    const std::lock_guard<std::mutex> lock(domMutex);
+    dom = document;
+    text->setDocument(dom);
+    return true;
+}
+
+/// Adds this mechanism to a goal, with all its drivers. Called with `domMutex` held.
+QDomElement ProofDirector::registerMechanism(QDomElement& goal, pos::status_t status)
+{
+    QDomElement entry = dom.createElement(pos::TAG_MECHANISM);
+    entry.setAttribute(pos::ATTR_NAME, QString::fromStdString(mechanism.name));
+    entry.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+    for (const mechanism::driver_t& candidate : mechanism.drivers) {
+        QDomElement element = dom.createElement(pos::TAG_DRIVER);
+        element.setAttribute(pos::ATTR_NAME, candidate.name);
+        element.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+        entry.appendChild(element);
+    }
+    goal.appendChild(entry);
+    if (status == pos::UNKNOWN) {
+        goal.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
+    }
+    return entry;
+}
+
+/// Whether this mechanism, recorded as `entry`, could still improve a goal that stands at `status`.
+bool ProofDirector::isOpen(pos::status_t status, const QDomElement& entry) const
+{
+    return status != pos::PROVED && status != pos::DISPROVED &&
+           (status != pos::UNRELIABLY_PROVED || mechanism.trust != mechanism::trust_t::never) &&
+           statusWordOf(entry) == pos::ATTR_VALUE_UNPROVED;
+}
+
+/// The record of a goal in play mode. Called with `domMutex` held.
+ProofDirector::po_data_t ProofDirector::goalToPlay(QDomElement& goal, bool& registered)
+{
+    const pos::status_t status = statusOf(goal);
+    if (status == pos::UNPROVED) {
+        ++unprovedCount;
+    }
+    QDomElement entry = mechanismOf(goal, QString::fromStdString(mechanism.name));
+    if (entry.isNull()) {
+        entry = registerMechanism(goal, status);
+        registered = true;
+    }
+    if (!isOpen(status, entry)) {
+        return {status, {}, entry};
+    }
+    // What the drivers reached before is deliberately not consulted: in play mode all run.
+    return {pos::UNPROVED, driversOf(entry, {}), entry};
+}
+
+bool ProofDirector::loadPosFile()
+{
+    unprovedCount = 0;
+    if (!readPosFile()) {
+        return false;
+    }
+    const std::lock_guard<std::mutex> lock(domMutex);
+    bool registered = false;
+    for (QDomElement obligation =
+             dom.documentElement().firstChildElement(pos::TAG_PROOF_OBLIGATION);
+         !obligation.isNull();
+         obligation = obligation.nextSiblingElement(pos::TAG_PROOF_OBLIGATION)) {
+        std::vector<po_data_t> goals;
+        for (QDomElement goal = obligation.firstChildElement(pos::TAG_SIMPLE_GOAL); !goal.isNull();
+             goal = goal.nextSiblingElement(pos::TAG_SIMPLE_GOAL)) {
+            goals.push_back(goalToPlay(goal, registered));
+        }
+        obligations.emplace_back(nameOf(obligation), std::move(goals));
+    }
+    return registered;
+}
+
+bool ProofDirector::reloadPosFile()
+{
+    if (!readPosFile()) {
+        return false;
+    }
+    const std::lock_guard<std::mutex> lock(domMutex);
+    unprovedCount = 0;
+    const QString name = QString::fromStdString(mechanism.name);
+    const QStringList verdicts = {pos::ATTR_VALUE_PROVED, pos::ATTR_VALUE_DISPROVED};
+    for (QDomElement obligation =
+             dom.documentElement().firstChildElement(pos::TAG_PROOF_OBLIGATION);
+         !obligation.isNull();
+         obligation = obligation.nextSiblingElement(pos::TAG_PROOF_OBLIGATION)) {
+        std::vector<po_data_t> goals;
+        for (QDomElement goal = obligation.firstChildElement(pos::TAG_SIMPLE_GOAL); !goal.isNull();
+             goal = goal.nextSiblingElement(pos::TAG_SIMPLE_GOAL)) {
+            const bool unproved = statusWordOf(goal) == pos::ATTR_VALUE_UNPROVED;
+            unprovedCount += unproved ? 1 : 0;
+            const QDomElement entry = mechanismOf(goal, name);
+            if (entry.isNull()) {
+                return false;
+            }
+            const bool replayed = unproved && statusWordOf(entry) == pos::ATTR_VALUE_UNPROVED;
+            goals.push_back(
+                {pos::UNPROVED, replayed ? driversOf(entry, verdicts) : QStringList(), entry});
+        }
+        obligations.emplace_back(nameOf(obligation), std::move(goals));
+    }
+    return true;
+}

@@ -1,0 +1,58 @@
+#pragma once
+
+// The decisions of the director as functions on values, and the texts that several of its sources
+// use. Private to the folder and its tests.
+
+#include "mechanism/Mechanism.h"
+#include "pos/pos.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <map>
+#include <vector>
+
+/// Prefix of the director's lines on the log stream.
+constexpr const char* LOG_PREFIX = "-- ProofDirector -- ";
+/// Prefix that the worker bodies use instead; the blank is deliberate.
+constexpr const char* WORKER_LOG_PREFIX = "-- Proof Director -- ";
+
+/// The trace level that enables progress lines; any other level does not.
+constexpr int TRACE_PROGRESS = 1;
+
+/// Marks of the report.
+extern const std::map<pos::status_t, const char*> stringOfStatus;
+extern const std::map<pos::status_t, const char*> xmlOfStatus;
+
+/// Appends the arguments that one prover or reader parameter stands for, with every "${file}" in
+/// its name and value replaced by `file`. Null texts give no argument, empty ones an empty one.
+void append_param(const mechanism::param_t& param, QStringList& args, const QString& file);
+
+/// Appends the arguments that the parameters of a writer stand for. The rule is another one than
+/// that of append_param, on purpose: it tests emptiness, wants exactly one blank as separator to
+/// make two arguments, and substitutes nothing.
+void addParametersBits(QStringList& args, mechanism::tool_t tool);
+
+/// The lines of a reader's output: white space at both ends goes, then every line feed separates.
+/// Empty output is one empty line.
+std::vector<QByteArray> resultLines(const QByteArray& output);
+
+/// The word of a result line ("Proved", "Unknown" or "Disproved"), null for any other line.
+QString resultWord(const QByteArray& line);
+
+/// A goal's status for the mechanism after a driver's result. `last`: the driver is the last one
+/// recorded for the goal.
+pos::status_t statusAfter(pos::status_t old, const QString& word, mechanism::trust_t trust,
+                          bool last);
+
+/// Whether the goal's `Mechanism` element takes that status too.
+bool setsMechanismStatus(pos::status_t old, pos::status_t status, const QString& word,
+                         mechanism::trust_t trust, bool last);
+
+/// The drivers still to run on a goal after a result of `driver`.
+QStringList driversAfter(const QStringList& drivers, const QString& driver, pos::status_t old,
+                         const QString& word, mechanism::trust_t trust);
+
+/// Whether a goal that stands at `before` in the document rises to `status`.
+bool raisesGoal(const QString& before, pos::status_t status);

@@ -1,0 +1,153 @@
+// Playing. Loads the document and plays the drivers in file order: for each a report line, the
+// selection of its goals, its jobs on this thread or on workers, and the removal of its secondary
+// files. Also the stop, which may come from another thread at any moment of all this.
+
+#include "director/ProofDirector.h"
+
+#include "app/LogLine.h"
+#include "director/ChildProcess.h"
+#include "director/ProofDirector_p.h"
+#include "director/SaveGroup.h"
+
+#include <iostream>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+void ProofDirector::play()
+{
+    traceLine("Start loading POS file.");
+    const bool registered = loadPosFile();
+    traceLine("Loading POS file completed.");
+    traceLine(registered ? "Registering mechanism in POS file."
+                         : "Mechanism already registered in POS file.");
+    if (registered) {
+        saves->wait(saves->join(), [this] {
+            return saveDocument(true);
+        });
+    }
+    playDrivers();
+}
+
+void ProofDirector::replay()
+{
+    traceLine("Start loading POS file.");
+    if (reloadPosFile()) {
+        traceLine("Loading POS file completed.");
+        playDrivers();
+        return;
+    }
+    traceLine("Loading POS file failed.");
+    std::cout << (xml ? "<error>" : "") << "Error " << component << " .pos"
+              << (xml ? "</error>" : "") << std::endl;
+}
+
+void ProofDirector::playDrivers()
+{
+    for (std::size_t i = 0; i < mechanism.drivers.size() && !processes->isClosed(); ++i) {
+        const mechanism::driver_t& candidate = mechanism.drivers[i];
+        const bool filtered = !driverFilter.isEmpty() && driverFilter != candidate.name;
+        driver = candidate;
+        if (!filtered && (!fastOnly || candidate.fast)) {
+            playDriver(i);
+        }
+    }
+}
+
+void ProofDirector::playDriver(std::size_t index)
+{
+    const std::string playing =
+        "Playing " + std::to_string(index) + "-th driver (" + driver.name.toStdString() + ")";
+    traceLine(playing);
+    {
+        const std::lock_guard<std::mutex> lock(domMutex);
+        std::cout << (xml ? "<proofPass>" : "") << "\tProof driver " << driver.name.toStdString()
+                  << ", still " << unprovedCount << " unproved PO" << (xml ? "</proofPass>" : "")
+                  << std::endl;
+    }
+    traceLine(playing); // twice, on purpose
+    if (goalFilter.isEmpty()) {
+        if (!hasWork()) {
+            traceLine("Driver cannot improve proof status.");
+            return;
+        }
+        traceLine("Driver has proof obligations to process.");
+    }
+    prepareDriver(index);
+    if (concurrency == 1) {
+        for (std::size_t i = 0; i < writerData.size() && !processes->isClosed(); ++i) {
+            writeEntry(i);
+            proveEntry(i);
+        }
+    } else {
+        runWorkers();
+    }
+    {
+        const std::lock_guard<std::mutex> lock(domMutex);
+        std::cout << std::endl;
+        if (doneCount != 0) {
+            std::cout << (xml ? "</operation>" : "") << std::endl;
+        }
+    }
+    removeSecondaryFiles();
+}
+
+void ProofDirector::prepareDriver(std::size_t index)
+{
+    driver = mechanism.drivers.at(index);
+    std::vector<addresses_t> batches;
+    selectForDriver(batches);
+    traceLine("Driver producing writer data");
+    produceWriterData(dir, pog, batches);
+    traceLine("Driver producing prover data");
+    produceProverData();
+    const std::scoped_lock lock(domMutex, entryMutex);
+    doneCount = 0;
+    nextEntry = 0;
+}
+
+/// Runs the jobs on `concurrency` workers, whatever the number of jobs, and waits for them. With a
+/// concurrency of 0 no job runs.
+void ProofDirector::runWorkers()
+{
+    std::vector<std::thread> workers;
+    try {
+        for (unsigned int i = 0; i < concurrency; ++i) {
+            workers.emplace_back(&ProofDirector::writeAndProveJob, this);
+        }
+    } catch (const std::system_error& error) {
+        // Fewer workers do the same jobs; without any, this thread does them.
+        writeLog(LOG_PREFIX + std::string("Cannot start another worker thread: ") + error.what() +
+                 "\n");
+        if (workers.empty()) {
+            writeAndProveJob();
+        }
+    }
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+}
+
+void ProofDirector::removeSecondaryFiles()
+{
+    const std::lock_guard<std::mutex> lock(fileMutex);
+    for (const writer_data_t& run : writerData) {
+        ::unlink(run.po2filename.toUtf8().constData()); // whether it is there or not
+    }
+}
+
+void ProofDirector::stop()
+{
+    processes->killAll();
+    removeSecondaryFiles();
+    SaveGroup::Ticket ticket;
+    {
+        // What is merged by now is in this save; nothing more will be.
+        const std::lock_guard<std::mutex> lock(domMutex);
+        stopped = true;
+        ticket = saves->join();
+    }
+    saves->wait(ticket, [this] {
+        return saveDocument(true);
+    });
+}

@@ -1,0 +1,210 @@
+// Proving. Runs the prover of one job piped into its reader, takes one result line per goal, merges
+// and reports them under `domMutex`, and comes back when a document that holds them is on disk. A
+// job whose tools fail or whose lines do not match its goals changes nothing. May run on many
+// threads at once; no lock is held while a child runs.
+
+#include "director/ProofDirector.h"
+
+#include "app/LogLine.h"
+#include "director/ChildProcess.h"
+#include "director/ProofDirector_p.h"
+#include "director/SaveGroup.h"
+
+#include <iostream>
+#include <sstream>
+#include <thread>
+
+const std::map<pos::status_t, const char*> stringOfStatus = {{pos::UNPROVED, "-"},
+                                                             {pos::UNKNOWN, "-"},
+                                                             {pos::UNRELIABLY_PROVED, "*"},
+                                                             {pos::PROVED, "+"},
+                                                             {pos::DISPROVED, "!"}};
+
+const std::map<pos::status_t, const char*> xmlOfStatus = {{pos::UNPROVED, "<m/>"},
+                                                          {pos::UNKNOWN, "<m/>"},
+                                                          {pos::UNRELIABLY_PROVED, "<u/>"},
+                                                          {pos::PROVED, "<p/>"},
+                                                          {pos::DISPROVED, "<d/>"}};
+
+std::vector<QByteArray> resultLines(const QByteArray& output)
+{
+    const QList<QByteArray> lines = output.trimmed().split('\n');
+    return {lines.begin(), lines.end()};
+}
+
+QString resultWord(const QByteArray& line)
+{
+    // The text ends at the first zero byte, if there is one.
+    const QLatin1String text(line.constData());
+    for (const QString& word :
+         {pos::ATTR_VALUE_PROVED, pos::ATTR_VALUE_UNKNOWN, pos::ATTR_VALUE_DISPROVED}) {
+        if (word == text) {
+            return word;
+        }
+    }
+    return {};
+}
+
+void ProofDirector::proveEntry(const std::size_t& index)
+{
+    const prover_data_t& job = proverData.at(index);
+    traceLine("Issuing proving command " + job.cmdp.toStdString() + " " +
+              job.argsp.join(QLatin1Char(' ')).toStdString() + "\n and reading command " +
+              job.cmdr.toStdString() + " " + job.argsr.join(QLatin1Char(' ')).toStdString());
+    QByteArray output;
+    if (!runProver(job, output)) {
+        return;
+    }
+    traceLine("processing command output " + output.trimmed().toStdString());
+    const std::vector<QByteArray> lines = resultLines(output);
+    if (hasExpectedCount(job, lines.size())) {
+        mergeResults(job, lines);
+    }
+}
+
+/// Progress line of a worker body about job `index`.
+void ProofDirector::traceProving(std::size_t index) const
+{
+    if (trace == TRACE_PROGRESS) {
+        const prover_data_t& job = proverData.at(index);
+        std::ostringstream line;
+        line << WORKER_LOG_PREFIX << "Thread " << std::this_thread::get_id() << " proves entry ("
+             << job.cmdp.toStdString() << ", " << job.inpath.toStdString() << ").\n";
+        writeLog(line.str());
+    }
+}
+
+/// Runs the two tools; false, with the reason logged, when there is nothing to read.
+bool ProofDirector::runProver(const prover_data_t& job, QByteArray& output)
+{
+    const bool fed = driver.prover.input == mechanism::input_t::standardInput;
+    PairResult result = runPair({job.cmdp, job.argsp}, fed ? job.inpath : QString(),
+                                {job.cmdr, job.argsr}, *processes);
+    switch (result.end) {
+    case PairEnd::Read:
+        output = std::move(result.output);
+        return true;
+    case PairEnd::ProverCrashed:
+        writeLog("Driver prover crashed.\n");
+        addError(tr("Driver %1 prover crashed.").arg(driver.name));
+        return false;
+    case PairEnd::ReaderCrashed:
+        writeLog("Driver reader crashed.\n");
+        addError(tr("Driver %1 reader crashed.").arg(driver.name));
+        return false;
+    case PairEnd::Refused:
+        writeLog(LOG_PREFIX + ("Prover or reader refused: " + result.refusal.toStdString()) + "\n");
+        addError(tr("Driver %1 prover or reader could not be started.").arg(driver.name));
+        return false;
+    case PairEnd::Stopped:
+        return false;
+    }
+    return false;
+}
+
+/// One line per goal is the whole contract with a reader; anything else loses the job. With a goal
+/// filter the lines after the first are a model.
+bool ProofDirector::hasExpectedCount(const prover_data_t& job, std::size_t found)
+{
+    if (!goalFilter.isEmpty() || found == job.po_addresses.size()) {
+        return true;
+    }
+    std::ostringstream line;
+    line << "Unexpected number of results. Expected: " << job.po_addresses.size()
+         << " Found: " << found << "\n";
+    writeLog(line.str());
+    addError(tr("Unexpected number of results from driver %1 reader.").arg(driver.name));
+    return false;
+}
+
+/// Merges and reports the results of a job, and waits until they are on disk.
+void ProofDirector::mergeResults(const prover_data_t& job, const std::vector<QByteArray>& lines)
+{
+    SaveGroup::Ticket ticket;
+    {
+        const std::lock_guard<std::mutex> lock(domMutex);
+        if (stopped) {
+            return;
+        }
+        std::string report;
+        bool changed = false;
+        try {
+            changed = reportResults(job, lines, report);
+        } catch (...) {
+            // What was due before an unusable address is still shown.
+            std::cout << report << std::flush;
+            throw;
+        }
+        // One flush for the marks of a job: nobody can see them come one by one.
+        std::cout << report << std::flush;
+        if (!changed) {
+            return;
+        }
+        traceLine("Saving new DOM in POS file " + pos.toStdString());
+        ticket = saves->join();
+    }
+    saves->wait(ticket, [this] {
+        return saveDocument(true);
+    });
+}
+
+/// Applies the line of every goal and appends its mark to `report`. Returns whether some line was
+/// recognised. Called with `domMutex` held.
+bool ProofDirector::reportResults(const prover_data_t& job, const std::vector<QByteArray>& lines,
+                                  std::string& report)
+{
+    bool changed = false;
+    std::size_t next = 0;
+    for (const address_t& address : job.po_addresses) {
+        reportHeadings(address.first, report);
+        const QString word = next < lines.size() ? resultWord(lines[next]) : QString();
+        ++next;
+        if (word.isNull()) {
+            report += xml ? "<m/>" : "-";
+            continue;
+        }
+        applyResult(address, word);
+        const pos::status_t status = obligations.at(address.first).second.at(address.second).status;
+        report += (xml ? xmlOfStatus : stringOfStatus).at(status);
+        if (!goalFilter.isEmpty()) {
+            report += xml ? "<model>\n" : "model:\n";
+            for (; next < lines.size(); ++next) {
+                report += lines[next].toStdString() + "\n";
+            }
+            report += xml ? "</model>\n" : "\n";
+        }
+        changed = true;
+    }
+    return changed;
+}
+
+/// Appends the headings up to `obligation` that were not written yet. They only ever go forward: a
+/// job that ends after one with higher obligations puts its marks under the last heading. Called
+/// with `domMutex` held.
+void ProofDirector::reportHeadings(std::size_t obligation, std::string& report)
+{
+    for (; doneCount <= obligation; ++doneCount) {
+        if (doneCount != 0) {
+            report += xml ? "</operation>\n" : "\n";
+        }
+        report += xml ? "\t\t<operation><name>" : "\t\t";
+        report += obligations.at(doneCount).first;
+        report += xml ? "</name>\n\t\t\t" : "\n\t\t\t";
+    }
+}
+
+/// Called with `domMutex` held.
+void ProofDirector::applyResult(const address_t& address, const QString& word)
+{
+    if (trace == TRACE_PROGRESS) {
+        std::ostringstream line;
+        line << "updating proof status of proof obligation " << address.first << ","
+             << address.second << " to " << word.toStdString() << " for driver "
+             << driver.name.toStdString();
+        traceLine(line.str());
+    }
+    // With a goal filter the run only looks for a model: the goal keeps its status.
+    if (goalFilter.isEmpty()) {
+        updateStatus(address, word);
+    }
+}

@@ -1,0 +1,58 @@
+// Saving the POS document. Whoever needs its changes on disk joins the next save and waits for it;
+// one of those who wait takes the text of the document under `domMutex` and writes it with no lock
+// of the director held. So a save always holds a whole document, at most one runs at a time, and
+// jobs that end together share one.
+
+#include "director/ProofDirector.h"
+
+#include "app/LogLine.h"
+#include "director/ProofDirector_p.h"
+#include "director/SaveGroup.h"
+#include "pos/document_text.h"
+#include "pos/replace_file.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace
+{
+
+const QString AUTHOR = QStringLiteral("proof_director");
+
+} // namespace
+
+bool ProofDirector::savePosFile()
+{
+    return saves->wait(saves->join(), [this] {
+        return saveDocument(false);
+    });
+}
+
+/// Writes the document as it stands. Called by the one thread that carries out a save. With
+/// `report`, a document that could not be written is said on the log stream; that there is no
+/// document to write is not.
+bool ProofDirector::saveDocument(bool report)
+{
+    std::vector<QByteArray> pieces;
+    {
+        const std::lock_guard<std::mutex> lock(domMutex);
+        QDomElement root = dom.documentElement();
+        if (root.isNull()) {
+            return false;
+        }
+        if (root.attribute(pos::ATTR_AUTHOR) != AUTHOR) {
+            root.setAttribute(pos::ATTR_AUTHOR, AUTHOR);
+            text->allChanged();
+        }
+        pieces = text->pieces();
+    }
+    if (pos::replaceFile(pos, pieces)) {
+        return true;
+    }
+    const int reason = errno;
+    if (report) {
+        writeLog(LOG_PREFIX + ("Cannot save POS file " + pos.toStdString()) + ": " +
+                 std::strerror(reason) + "\n");
+    }
+    return false;
+}

@@ -1,0 +1,133 @@
+// Selection. For the driver being played: which goals it is to work on, in batches of one per
+// obligation, and the writer runs that the driver's group makes of the batches. Leaves the runs in
+// `writerData`; runs on the main thread between two drivers.
+
+#include "director/ProofDirector.h"
+
+#include "director/ProofDirector_p.h"
+
+#include <QDir>
+
+namespace
+{
+
+/// The file name of a path between its last separator and its last dot.
+QString stemOf(const QString& path)
+{
+    const QString native = QDir::toNativeSeparators(path);
+    const int separator = native.lastIndexOf(QDir::separator());
+    const int dot = native.lastIndexOf(QLatin1Char('.'));
+    return native.mid(separator + 1, dot - separator - 1);
+}
+
+/// `name` as part of a file name: a separator in it must not lead out of the directory.
+QString fileNamePart(QString name)
+{
+    return name.replace(QLatin1Char('/'), QLatin1Char('_'));
+}
+
+void appendGoalWords(QStringList& words, std::size_t obligation, std::size_t goal)
+{
+    words << QStringLiteral("-a") << QString::number(obligation) << QString::number(goal);
+}
+
+} // namespace
+
+void ProofDirector::selectForDriver(std::vector<addresses_t>& batches)
+{
+    const std::lock_guard<std::mutex> lock(domMutex);
+    if (!goalFilter.isEmpty()) {
+        // The goal is taken as named: neither its number nor its status is looked at.
+        const QStringList parts = goalFilter.split(QLatin1Char('.'));
+        for (std::size_t i = 0; i < obligations.size(); ++i) {
+            if (parts.first() == QString::fromStdString(obligations[i].first)) {
+                const int goal = parts.value(1).toInt() - 1;
+                batches.push_back({{i, static_cast<std::size_t>(goal)}});
+                return;
+            }
+        }
+        return;
+    }
+    for (std::size_t i = 0; i < obligations.size(); ++i) {
+        addresses_t batch;
+        const std::vector<po_data_t>& goals = obligations[i].second;
+        for (std::size_t j = 0; j < goals.size(); ++j) {
+            if (goals[j].drivers.contains(driver.name)) {
+                batch.emplace_back(i, j);
+            }
+        }
+        batches.push_back(std::move(batch));
+    }
+}
+
+/// One writer run: the words of its goals, its files, and the writer's own parameters.
+ProofDirector::writer_data_t ProofDirector::writerRun(const QString& file,
+                                                      const QStringList& goalWords,
+                                                      const QString& inputFile,
+                                                      const addresses_t& positions) const
+{
+    QStringList args = goalWords;
+    args << QStringLiteral("-i") << inputFile << QStringLiteral("-o") << file;
+    if (!goalFilter.isEmpty()) {
+        args << QStringLiteral("-m");
+    }
+    addParametersBits(args, driver.writer);
+    return {driver.writer.path, args, file, positions};
+}
+
+void ProofDirector::produceWriterData(const QString& directory, const QString& inputFile,
+                                      const std::vector<addresses_t>& batches)
+{
+    std::vector<writer_data_t> runs;
+    const QDir folder(directory);
+    const QString base = stemOf(inputFile);
+    const QString mech = fileNamePart(QString::fromStdString(mechanism.name));
+    const QString drv = fileNamePart(driver.name);
+    const QString ext = fileNamePart(driver.ext);
+
+    switch (driver.group) {
+    case mechanism::group_t::none:
+        for (const addresses_t& batch : batches) {
+            for (const auto& [obligation, goal] : batch) {
+                QStringList words;
+                appendGoalWords(words, obligation, goal);
+                const QString name = QStringLiteral("%1_%2_%3_%4_%5.%6")
+                                         .arg(base, mech, drv, QString::number(obligation),
+                                              QString::number(goal), ext);
+                runs.push_back(
+                    writerRun(folder.filePath(name), words, inputFile, {{obligation, goal}}));
+            }
+        }
+        break;
+    case mechanism::group_t::related:
+        for (std::size_t position = 0; position < batches.size(); ++position) {
+            if (batches[position].empty()) {
+                continue;
+            }
+            // The batch's position, not the obligation's index: with a goal filter they differ.
+            QStringList words;
+            for (const auto& [obligation, goal] : batches[position]) {
+                appendGoalWords(words, position, goal);
+            }
+            const QString name = QStringLiteral("%1_%2_%3_%4.%5")
+                                     .arg(base, mech, drv, QString::number(position), ext);
+            runs.push_back(writerRun(folder.filePath(name), words, inputFile, batches[position]));
+        }
+        break;
+    case mechanism::group_t::full: {
+        QStringList words;
+        addresses_t all;
+        for (const addresses_t& batch : batches) {
+            for (const auto& [obligation, goal] : batch) {
+                appendGoalWords(words, obligation, goal);
+                all.emplace_back(obligation, goal);
+            }
+        }
+        const QString name = QStringLiteral("%1_%2_%3.%4").arg(base, mech, drv, ext);
+        runs.push_back(writerRun(folder.filePath(name), words, inputFile, all));
+        break;
+    }
+    }
+    const std::lock_guard<std::mutex> lock(fileMutex);
+    writerData = std::move(runs);
+}

@@ -1,0 +1,108 @@
+// Writing. Runs the writer of one job and says what went wrong; whatever that is, the prover has
+// its turn next. Also the loop by which the worker bodies take jobs from the shared counter. May
+// run on many threads at once; no lock is held while a writer runs.
+
+#include "director/ProofDirector.h"
+
+#include "app/LogLine.h"
+#include "director/ChildProcess.h"
+#include "director/ProofDirector_p.h"
+
+#include <sstream>
+#include <sys/stat.h>
+#include <thread>
+
+namespace
+{
+
+bool isThere(const QString& file)
+{
+    struct stat status = {};
+    return ::stat(file.toUtf8().constData(), &status) == 0;
+}
+
+} // namespace
+
+void ProofDirector::writeEntry(const std::size_t& index)
+{
+    const writer_data_t& run = writerData.at(index);
+    traceLine("Issuing writing command " + run.cmd.toStdString() + " " +
+              run.args.join(QLatin1Char(' ')).toStdString() + "\n" + LOG_PREFIX + "to generate " +
+              run.po2filename.toStdString());
+
+    switch (runWriter({run.cmd, run.args}, *processes)) {
+    case WriterEnd::NotStarted:
+        writeLog(LOG_PREFIX + std::string("Writer had an error.\n"));
+        addError(tr("Error starting secondary proof obligation generation for driver %1.")
+                     .arg(driver.name));
+        break;
+    case WriterEnd::Crashed:
+        writeLog(LOG_PREFIX + std::string("Writer crashed.\n"));
+        addError(
+            tr("Secondary proof obligation generation for driver %1 crashed.").arg(driver.name));
+        break;
+    case WriterEnd::Exited:
+        // Only the file counts, not the exit code.
+        if (!isThere(run.po2filename)) {
+            writeLog(LOG_PREFIX + ("Secondary po " + run.po2filename.toStdString()) +
+                     " not found.\n");
+            addError(tr("Secondary proof obligation for driver %1 not found in file %2.")
+                         .arg(driver.name, run.po2filename));
+        }
+        break;
+    case WriterEnd::Stopped:
+        break;
+    }
+}
+
+/// Progress line of a worker body about job `index`.
+void ProofDirector::traceWriting(std::size_t index) const
+{
+    if (trace == TRACE_PROGRESS) {
+        std::ostringstream line;
+        line << WORKER_LOG_PREFIX << "Thread " << std::this_thread::get_id() << " writes entry "
+             << index << ".\n";
+        writeLog(line.str());
+    }
+}
+
+/// The worker bodies: takes jobs, each by one thread and in increasing order, until none is left.
+void ProofDirector::runJobs(bool write, bool prove)
+{
+    const std::size_t count = write ? writerData.size() : proverData.size();
+    while (!processes->isClosed()) {
+        std::size_t index = 0;
+        {
+            const std::lock_guard<std::mutex> lock(entryMutex);
+            if (nextEntry >= count) {
+                return;
+            }
+            index = nextEntry++;
+            write ? traceWriting(index) : traceProving(index);
+        }
+        if (write) {
+            writeEntry(index);
+        }
+        if (prove) {
+            if (write) {
+                traceProving(index);
+            }
+            proveEntry(index);
+        }
+    }
+}
+
+void ProofDirector::writeJob()
+{
+    runJobs(true, false);
+}
+
+void ProofDirector::proveJob()
+{
+    runJobs(false, true);
+}
+
+void ProofDirector::writeAndProveJob()
+{
+    runJobs(true, true);
+}

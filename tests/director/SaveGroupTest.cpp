@@ -1,0 +1,52 @@
+#include "director/SaveGroup.h"
+
+#include <gtest/gtest.h>
+
+#include <future>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+TEST(SaveGroupTest, WhoJoinsDuringASaveIsServedByOneSaveAfterIt)
+{
+    SaveGroup group;
+    std::promise<void> begun;
+    std::promise<void> release;
+    std::thread first([&] {
+        EXPECT_TRUE(group.wait(group.join(), [&] {
+            begun.set_value();
+            release.get_future().wait();
+            return true;
+        }));
+    });
+    begun.get_future().wait();
+
+    int saves = 0; // only ever changed by the one save that runs
+    std::vector<SaveGroup::Ticket> tickets;
+    for (int i = 0; i < 3; ++i) {
+        tickets.push_back(group.join());
+    }
+    std::vector<std::thread> others;
+    for (const SaveGroup::Ticket& ticket : tickets) {
+        others.emplace_back([&group, &saves, ticket] {
+            EXPECT_FALSE(group.wait(ticket, [&saves] {
+                ++saves;
+                return false;
+            }));
+        });
+    }
+    release.set_value();
+    first.join();
+    for (std::thread& other : others) {
+        other.join();
+    }
+    EXPECT_EQ(saves, 1);
+    // Nobody is left behind: the next one saves for itself.
+    EXPECT_TRUE(group.wait(group.join(), [] {
+        return true;
+    }));
+}
+
+} // namespace
