@@ -1,0 +1,114 @@
+#include "app/Termination.h"
+
+#include "director/ProofDirector.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <iostream>
+#include <mutex>
+#include <poll.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+ProofDirector* director = nullptr;
+
+namespace
+{
+
+/// A stop that takes longer than this, in seconds, has met something that blocks for ever, such as
+/// a report that nobody reads; the process then ends without it.
+constexpr unsigned int STOP_LIMIT = 30;
+
+/// Guards `director`, and holds its deletion off while it is being stopped.
+std::mutex directorMutex;
+
+/// Written by the handler, read by the thread.
+int wakeUp[2] = {-1, -1};
+
+/// Flushes the report unless that would block.
+void flushReport()
+{
+    pollfd output = {STDOUT_FILENO, POLLOUT, 0};
+    if (::poll(&output, 1, 0) == 1) {
+        std::cout.flush();
+    }
+}
+
+[[noreturn]] void endAfterSignal()
+{
+    std::signal(SIGALRM, [](int) {
+        ::_exit(EXIT_FAILURE);
+    });
+    ::alarm(STOP_LIMIT);
+    const std::lock_guard<std::mutex> lock(directorMutex);
+    if (director != nullptr) {
+        director->stop();
+    }
+    flushReport();
+    // Under the lock, and without static destructors: the other threads still run.
+    ::_exit(EXIT_FAILURE);
+}
+
+void waitForSignal()
+{
+    char byte = 0;
+    while (::read(wakeUp[0], &byte, 1) != 1) {
+        if (errno != EINTR) {
+            return;
+        }
+    }
+    endAfterSignal();
+}
+
+} // namespace
+
+ProofDirector& setDirector(std::unique_ptr<ProofDirector> made)
+{
+    const std::lock_guard<std::mutex> lock(directorMutex);
+    director = made.release();
+    return *director;
+}
+
+void deleteDirector()
+{
+    const std::lock_guard<std::mutex> lock(directorMutex);
+    delete director;
+    director = nullptr;
+}
+
+void sighandler(int /*signal*/)
+{
+    const int error = errno;
+    const char byte = 0;
+    // A full pipe means that the thread has been woken already.
+    if (::write(wakeUp[1], &byte, 1) != 1) {
+    }
+    errno = error;
+}
+
+void installTermination()
+{
+    if (::pipe2(wakeUp, O_CLOEXEC) != 0) {
+        std::perror("mechrun: cannot prepare for a termination signal");
+        std::exit(EXIT_FAILURE);
+    }
+    ::fcntl(wakeUp[1], F_SETFL, O_NONBLOCK); // the handler must never block
+    try {
+        std::thread(waitForSignal).detach();
+    } catch (const std::system_error& error) {
+        std::fprintf(stderr, "mechrun: cannot prepare for a termination signal: %s\n",
+                     error.what());
+        std::exit(EXIT_FAILURE);
+    }
+    std::signal(SIGTERM, sighandler);
+    std::signal(SIGPIPE, SIG_IGN);
+    sigset_t mask;
+    sigemptyset(&mask);
+    sigaddset(&mask, SIGTERM);
+    sigaddset(&mask, SIGPIPE);
+    ::pthread_sigmask(SIG_UNBLOCK, &mask, nullptr);
+}

@@ -1,0 +1,83 @@
+// The program: options, one director per mechanism, and the frame of the report.
+
+#include "app/LogLine.h"
+#include "app/Options.h"
+#include "app/Termination.h"
+#include "app/Utils.h"
+#include "director/ProofDirector.h"
+#include "pos/pos.h"
+#include "pos/printmetrics.h"
+#include "resource/p_api.h"
+
+#include <QHash>
+
+#include <cstdlib>
+#include <iostream>
+#include <list>
+
+namespace
+{
+
+/// Plays one mechanism; false when its file could not be read.
+bool playMechanism(const Options& options, const std::string& component,
+                   const std::string& mechanismFile)
+{
+    ProofDirector& made = setDirector(std::make_unique<ProofDirector>(
+        component, mechanismFile, options.posPath, options.pogPath, options.directory, options.xml,
+        static_cast<unsigned int>(options.concurrency), options.trace, "", "", false));
+    if (!made.isLoaded()) {
+        return false;
+    }
+    std::cout << (options.xml ? "<proving>" : "") << "Proving " << component
+              << " with external mechanism " << made.getMechanismName()
+              << (options.xml ? "</proving>" : "") << std::endl;
+    made.replay();
+    deleteDirector();
+    return true;
+}
+
+/// Plays every mechanism that the POS file records; false when the file of one could not be read.
+bool playRecorded(const Options& options, const std::string& component)
+{
+    std::list<std::string> names;
+    if (!pos::getMechanisms(options.posPath, names)) {
+        std::cout << (options.xml ? "<error>" : "Error") << "File not readable " << options.posPath
+                  << (options.xml ? "</error>" : "") << std::endl;
+    }
+    for (const std::string& name : names) {
+        const std::string file = options.mechanismDirectory + FILE_SEPARATOR + name + ".xml";
+        if (name.find(FILE_SEPARATOR) != std::string::npos) {
+            // A POS file from a stranger must not choose programs outside of the directory.
+            writeLog("Cannot open '" + file + "'.\n");
+            return false;
+        }
+        if (!playMechanism(options, component, file)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    installTermination();
+    // Before the first hash is made: the order of attributes in a saved file follows from it.
+    qSetGlobalQHashSeed(0);
+    useUtf8Everywhere();
+    init_resource_manager();
+    const Options options = readOptions(argc, argv);
+    const std::string component = baseNameOfPath(options.posPath);
+    if (options.xml) {
+        std::cout << "<proof>\n" << std::flush;
+    }
+    const bool played = options.mechanismFile.empty()
+                            ? playRecorded(options, component)
+                            : playMechanism(options, component, options.mechanismFile);
+    if (!played) {
+        return EXIT_FAILURE;
+    }
+    print_metrics(options.posPath, options.xml, component);
+    return EXIT_SUCCESS;
+}
