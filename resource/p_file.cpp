@@ -85,7 +85,8 @@ void T_resource_file::put_line(T_resource_line* line, const char* text)
 T_resource_line* T_resource_file::append_line(const char* text)
 {
     const std::uint32_t number = last ? last_line()->get_number() + 1 : 1;
-    return new T_resource_line(this, number, text);
+    new T_resource_line(this, number, text);
+    return last_line();
 }
 
 void T_resource_file::delete_line(std::uint32_t n)

@@ -86,25 +86,15 @@ TEST(DocumentText, PiecesAreTheTextOfTheWholeBeforeAndAfterChanges)
             text.changed(index);
             EXPECT_EQ(joined(text.pieces()), document.toByteArray(XML_INDENT)) << where;
         }
-        document.documentElement().setAttribute(ATTR_AUTHOR, QStringLiteral("proof_director"));
+        // Enough attributes come and go that a copy of the element would have another order.
+        for (int step = 0; step < 160; ++step) {
+            const QString name = QStringLiteral("a%1").arg(step % 100);
+            step < 100 ? document.documentElement().setAttribute(name, step)
+                       : document.documentElement().removeAttribute(name);
+        }
         text.allChanged();
         EXPECT_EQ(joined(text.pieces()), document.toByteArray(XML_INDENT)) << where;
     }
-}
-
-TEST(DocumentText, ManyAttributesOfTheRootKeepTheirOrder)
-{
-    QDomDocument document = test::documentOf("<r><Proof_Obligation/></r>");
-    QDomElement root = document.documentElement();
-    for (int index = 0; index < 100; ++index) {
-        root.setAttribute(QStringLiteral("a%1").arg(index), index);
-    }
-    for (int index = 0; index < 60; ++index) {
-        root.removeAttribute(QStringLiteral("a%1").arg(index));
-    }
-    DocumentText text;
-    text.setDocument(document);
-    EXPECT_EQ(joined(text.pieces()), document.toByteArray(XML_INDENT));
 }
 
 TEST(DocumentText, ChangeCostsOnlyTheObligationThatIsNamed)

@@ -90,7 +90,7 @@ const DeletionRow DELETIONS[] = {
      [] {
          delete_resource("T", "M");
      },
-     "!aAAAB!end", "C", "ACB"},
+     "!aAAAB!end", "!cC", "ACB"},
     {"line of it",
      [] {
          file(U)->delete_line(3);
