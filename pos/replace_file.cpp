@@ -75,6 +75,16 @@ bool writePieces(int fd, const std::vector<QByteArray>& pieces)
     return ::fsync(fd) == 0 || errno == EINVAL;
 }
 
+/// True when the folder of `path` lets this user make files; leaves `errno` as it is.
+bool takesFiles(const QByteArray& path)
+{
+    const int error = errno;
+    const QByteArray folder = path.left(path.lastIndexOf('/') + 1);
+    const bool takes = ::faccessat(AT_FDCWD, folder.constData(), W_OK | X_OK, AT_EACCESS) == 0;
+    errno = error;
+    return takes;
+}
+
 /// Writes a new file beside the old one and puts it in its place.
 outcome_t replaceByNewFile(const QByteArray& path, const struct stat& old,
                            const std::vector<QByteArray>& pieces)
@@ -85,7 +95,8 @@ outcome_t replaceByNewFile(const QByteArray& path, const struct stat& old,
     }
     QSaveFile file(name);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
-        return outcome_t::notBeside;
+        // A full disk, say, is no reason to write over the only good copy.
+        return takesFiles(path) ? outcome_t::failed : outcome_t::notBeside;
     }
     const int fd = file.handle();
     // Only root may give a file away, its owner may at least keep the group: as far as it goes.
@@ -94,7 +105,11 @@ outcome_t replaceByNewFile(const QByteArray& path, const struct stat& old,
     if (!writePieces(fd, pieces)) {
         return outcome_t::failed;
     }
-    return file.commit() ? outcome_t::replaced : outcome_t::notBeside;
+    if (file.commit()) {
+        return outcome_t::replaced;
+    }
+    const bool forbidden = errno == EBUSY || errno == EPERM || errno == EACCES;
+    return forbidden ? outcome_t::notBeside : outcome_t::failed;
 }
 
 /// Writes over the old content. A lack of room shows before the first byte is lost.

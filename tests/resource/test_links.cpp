@@ -35,6 +35,20 @@ std::string namesOfResources()
     return names;
 }
 
+std::function<void()> deletesLine(T_resource_source source, std::uint32_t n)
+{
+    return [=] {
+        file(source)->delete_line(n);
+    };
+}
+
+std::function<void()> deletes(const char* resource)
+{
+    return [=] {
+        delete_resource("T", resource);
+    };
+}
+
 struct DeletionRow {
     const char* label;
     std::function<void()> action;
@@ -45,31 +59,11 @@ struct DeletionRow {
 
 const DeletionRow DELETIONS[] = {
     {"nothing", [] {}, "!aAAAB!m!end", "!cCM", "AMCB"},
-    {"first line of a definition",
-     [] {
-         file(W)->delete_line(2);
-     },
-     "B!m!end", "!cCM", "MCB"},
-    {"middle line of a definition",
-     [] {
-         file(W)->delete_line(3);
-     },
-     "B!m!end", "!cCM", "MCB"},
-    {"last line of a definition",
-     [] {
-         file(W)->delete_line(4);
-     },
-     "B!m!end", "!cCM", "MCB"},
-    {"resource",
-     [] {
-         delete_resource("T", "A");
-     },
-     "B!m!end", "!cCM", "MCB"},
-    {"line of a comment",
-     [] {
-         file(W)->delete_line(1);
-     },
-     "AAAB!m!end", "!cCM", "AMCB"},
+    {"first line of a definition", deletesLine(W, 2), "B!m!end", "!cCM", "MCB"},
+    {"middle line of a definition", deletesLine(W, 3), "B!m!end", "!cCM", "MCB"},
+    {"last line of a definition", deletesLine(W, 4), "B!m!end", "!cCM", "MCB"},
+    {"resource", deletes("A"), "B!m!end", "!cCM", "MCB"},
+    {"line of a comment", deletesLine(W, 1), "AAAB!m!end", "!cCM", "AMCB"},
     {"comment, then its resource",
      [] {
          file(W)->delete_line(1);
@@ -81,26 +75,10 @@ const DeletionRow DELETIONS[] = {
          delete file(W)->get_line(8)->get_item();
      },
      "!aAAAB!m", "!cCM", "AMCB"},
-    {"line of a comment without resource",
-     [] {
-         file(W)->delete_line(8);
-     },
-     "!aAAAB!m", "!cCM", "AMCB"},
-    {"resource with its comment in another file",
-     [] {
-         delete_resource("T", "M");
-     },
-     "!aAAAB!end", "!cC", "ACB"},
-    {"line of it",
-     [] {
-         file(U)->delete_line(3);
-     },
-     "!aAAAB!end", "!cC", "ACB"},
-    {"line right below its comment",
-     [] {
-         file(U)->delete_line(2);
-     },
-     "!aAAAB!m!end", "M", "AMB"},
+    {"line of a comment without resource", deletesLine(W, 8), "!aAAAB!m", "!cCM", "AMCB"},
+    {"resource with its comment in another file", deletes("M"), "!aAAAB!end", "!cC", "ACB"},
+    {"line of it", deletesLine(U, 3), "!aAAAB!end", "!cC", "ACB"},
+    {"line right below its comment", deletesLine(U, 2), "!aAAAB!m!end", "M", "AMB"},
     {"file of the comment, then the resource",
      [] {
          delete_ormalin_resources();
