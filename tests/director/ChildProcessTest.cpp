@@ -113,6 +113,9 @@ TEST_F(Children, AStopKillsBothAndNothingStartsAfterIt)
 
 TEST_F(Children, ARefusedStartIsAFailedJobAndTheNextOneGoesOn)
 {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the undefined sanitizer needs a pipe to check a pointer";
+#endif
     const Command prover = script("p", "echo x");
     const Command reader = script("r", "cat");
     rlimit limit = {};
