@@ -92,6 +92,11 @@ void sighandler(int /*signal*/)
 
 void installTermination()
 {
+    // Before the thread, which takes the mask over.
+    sigset_t mask;
+    sigemptyset(&mask);
+    ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+    std::signal(SIGCHLD, SIG_DFL); // ignored, it would keep the ends of children from us
     if (::pipe2(wakeUp, O_CLOEXEC) != 0) {
         std::perror("mechrun: cannot prepare for a termination signal");
         std::exit(EXIT_FAILURE);
@@ -106,9 +111,4 @@ void installTermination()
     }
     std::signal(SIGTERM, sighandler);
     std::signal(SIGPIPE, SIG_IGN);
-    sigset_t mask;
-    sigemptyset(&mask);
-    sigaddset(&mask, SIGTERM);
-    sigaddset(&mask, SIGPIPE);
-    ::pthread_sigmask(SIG_UNBLOCK, &mask, nullptr);
 }

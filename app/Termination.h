@@ -20,7 +20,8 @@ void deleteDirector();
 /// Handler of SIGTERM.
 void sighandler(int signal);
 
-/// Starts the thread and installs the handler. To be called first of all, once. A signal mask that
-/// blocks SIGTERM, inherited from whoever started the program, is lifted: the program's children
-/// would inherit it too. From here on a closed standard output does not end the program either.
+/// Starts the thread and installs the handler. To be called first of all, once. The signal mask
+/// inherited from whoever started the program is lifted, because its children would inherit it too,
+/// and so is an ignored SIGCHLD, which would hide how they ended. From here on a closed standard
+/// output does not end the program either.
 void installTermination();

@@ -45,7 +45,8 @@ bool playRecorded(const Options& options, const std::string& component)
                   << (options.xml ? "</error>" : "") << std::endl;
     }
     for (const std::string& name : names) {
-        const std::string file = options.mechanismDirectory + FILE_SEPARATOR + name + ".xml";
+        std::string file = options.mechanismDirectory;
+        file.append(FILE_SEPARATOR).append(name).append(".xml");
         if (name.find(FILE_SEPARATOR) != std::string::npos) {
             // A POS file from a stranger must not choose programs outside of the directory.
             writeLog("Cannot open '" + file + "'.\n");

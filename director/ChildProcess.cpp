@@ -3,6 +3,7 @@
 #include <QProcess>
 
 #include <cerrno>
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -90,7 +91,12 @@ bool hasNoProcess(const QProcess& child)
 
 bool canRead(const QString& file)
 {
-    return ::access(file.toUtf8().constData(), R_OK) == 0;
+    const int fd = ::open(file.toUtf8().constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) {
+        return errno == EMFILE || errno == ENFILE; // the file is not to blame
+    }
+    ::close(fd);
+    return true;
 }
 
 } // namespace

@@ -250,6 +250,10 @@ private:
     int unprovedCount = 0;     ///< goals still unproved, for the report; guarded by `domMutex`
     mutable std::mutex domMutex;
 
+    /// Held while a job's marks are made and written, so that those of two jobs never mix. Taken
+    /// before `domMutex`.
+    std::mutex reportMutex;
+
     /// One entry per obligation of the document, with its name and goals. Guarded by `domMutex`.
     obligations_t obligations;
 

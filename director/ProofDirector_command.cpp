@@ -25,6 +25,7 @@ void append_param(const mechanism::param_t& param, QStringList& args, const QStr
     }
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void addParametersBits(QStringList& args, mechanism::tool_t tool)
 {
     for (const mechanism::param_t& param : tool.parameters) {

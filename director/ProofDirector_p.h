@@ -32,6 +32,7 @@ void append_param(const mechanism::param_t& param, QStringList& args, const QStr
 /// Appends the arguments that the parameters of a writer stand for. The rule is another one than
 /// that of append_param, on purpose: it tests emptiness, wants exactly one blank as separator to
 /// make two arguments, and substitutes nothing.
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value is what its callers know
 void addParametersBits(QStringList& args, mechanism::tool_t tool);
 
 /// The lines of a reader's output: white space at both ends goes, then every line feed separates.

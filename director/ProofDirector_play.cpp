@@ -10,7 +10,7 @@
 #include "director/SaveGroup.h"
 
 #include <iostream>
-#include <system_error>
+#include <stdexcept>
 #include <thread>
 #include <unistd.h>
 
@@ -59,12 +59,10 @@ void ProofDirector::playDriver(std::size_t index)
     const std::string playing =
         "Playing " + std::to_string(index) + "-th driver (" + driver.name.toStdString() + ")";
     traceLine(playing);
-    {
-        const std::lock_guard<std::mutex> lock(domMutex);
-        std::cout << (xml ? "<proofPass>" : "") << "\tProof driver " << driver.name.toStdString()
-                  << ", still " << unprovedCount << " unproved PO" << (xml ? "</proofPass>" : "")
-                  << std::endl;
-    }
+    // No worker runs here, so the counters stand still; what `stop` needs is not held.
+    std::cout << (xml ? "<proofPass>" : "") << "\tProof driver " << driver.name.toStdString()
+              << ", still " << unprovedCount << " unproved PO" << (xml ? "</proofPass>" : "")
+              << std::endl;
     traceLine(playing); // twice, on purpose
     if (goalFilter.isEmpty()) {
         if (!hasWork()) {
@@ -82,12 +80,9 @@ void ProofDirector::playDriver(std::size_t index)
     } else {
         runWorkers();
     }
-    {
-        const std::lock_guard<std::mutex> lock(domMutex);
-        std::cout << std::endl;
-        if (doneCount != 0) {
-            std::cout << (xml ? "</operation>" : "") << std::endl;
-        }
+    std::cout << std::endl;
+    if (doneCount != 0) {
+        std::cout << (xml ? "</operation>" : "") << std::endl;
     }
     removeSecondaryFiles();
 }
@@ -115,7 +110,7 @@ void ProofDirector::runWorkers()
         for (unsigned int i = 0; i < concurrency; ++i) {
             workers.emplace_back(&ProofDirector::writeAndProveJob, this);
         }
-    } catch (const std::system_error& error) {
+    } catch (const std::exception& error) {
         // Fewer workers do the same jobs; without any, this thread does them.
         writeLog(LOG_PREFIX + std::string("Cannot start another worker thread: ") + error.what() +
                  "\n");

@@ -86,15 +86,15 @@ bool ProofDirector::runProver(const prover_data_t& job, QByteArray& output)
         return true;
     case PairEnd::ProverCrashed:
         writeLog("Driver prover crashed.\n");
-        addError(tr("Driver %1 prover crashed.").arg(driver.name));
+        addError(QObject::tr("Driver %1 prover crashed.").arg(driver.name));
         return false;
     case PairEnd::ReaderCrashed:
         writeLog("Driver reader crashed.\n");
-        addError(tr("Driver %1 reader crashed.").arg(driver.name));
+        addError(QObject::tr("Driver %1 reader crashed.").arg(driver.name));
         return false;
     case PairEnd::Refused:
         writeLog(LOG_PREFIX + ("Prover or reader refused: " + result.refusal.toStdString()) + "\n");
-        addError(tr("Driver %1 prover or reader could not be started.").arg(driver.name));
+        addError(QObject::tr("Driver %1 prover or reader could not be started.").arg(driver.name));
         return false;
     case PairEnd::Stopped:
         return false;
@@ -113,7 +113,7 @@ bool ProofDirector::hasExpectedCount(const prover_data_t& job, std::size_t found
     line << "Unexpected number of results. Expected: " << job.po_addresses.size()
          << " Found: " << found << "\n";
     writeLog(line.str());
-    addError(tr("Unexpected number of results from driver %1 reader.").arg(driver.name));
+    addError(QObject::tr("Unexpected number of results from driver %1 reader.").arg(driver.name));
     return false;
 }
 
@@ -122,26 +122,28 @@ void ProofDirector::mergeResults(const prover_data_t& job, const std::vector<QBy
 {
     SaveGroup::Ticket ticket;
     {
-        const std::lock_guard<std::mutex> lock(domMutex);
-        if (stopped) {
-            return;
-        }
+        const std::lock_guard<std::mutex> reportLock(reportMutex);
         std::string report;
-        bool changed = false;
         try {
-            changed = reportResults(job, lines, report);
+            const std::lock_guard<std::mutex> lock(domMutex);
+            if (stopped) {
+                return;
+            }
+            if (reportResults(job, lines, report)) {
+                traceLine("Saving new DOM in POS file " + pos.toStdString());
+                ticket = saves->join();
+            }
         } catch (...) {
             // What was due before an unusable address is still shown.
             std::cout << report << std::flush;
             throw;
         }
-        // One flush for the marks of a job: nobody can see them come one by one.
+        // One flush for the marks of a job: nobody can see them come one by one. Not under
+        // `domMutex`: a report that nobody reads must not keep a stop from saving.
         std::cout << report << std::flush;
-        if (!changed) {
-            return;
-        }
-        traceLine("Saving new DOM in POS file " + pos.toStdString());
-        ticket = saves->join();
+    }
+    if (!ticket) {
+        return;
     }
     saves->wait(ticket, [this] {
         return saveDocument(true);

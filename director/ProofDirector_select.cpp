@@ -26,6 +26,14 @@ QString fileNamePart(QString name)
     return name.replace(QLatin1Char('/'), QLatin1Char('_'));
 }
 
+/// The file `name` in `folder`. A name that begins with a colon would be taken for one of Qt's own
+/// resources, which is an absolute path.
+QString pathIn(const QDir& folder, const QString& name)
+{
+    return name.startsWith(QLatin1Char(':')) ? folder.path() + QLatin1Char('/') + name
+                                             : folder.filePath(name);
+}
+
 void appendGoalWords(QStringList& words, std::size_t obligation, std::size_t goal)
 {
     words << QStringLiteral("-a") << QString::number(obligation) << QString::number(goal);
@@ -95,7 +103,7 @@ void ProofDirector::produceWriterData(const QString& directory, const QString& i
                                          .arg(base, mech, drv, QString::number(obligation),
                                               QString::number(goal), ext);
                 runs.push_back(
-                    writerRun(folder.filePath(name), words, inputFile, {{obligation, goal}}));
+                    writerRun(pathIn(folder, name), words, inputFile, {{obligation, goal}}));
             }
         }
         break;
@@ -111,7 +119,7 @@ void ProofDirector::produceWriterData(const QString& directory, const QString& i
             }
             const QString name = QStringLiteral("%1_%2_%3_%4.%5")
                                      .arg(base, mech, drv, QString::number(position), ext);
-            runs.push_back(writerRun(folder.filePath(name), words, inputFile, batches[position]));
+            runs.push_back(writerRun(pathIn(folder, name), words, inputFile, batches[position]));
         }
         break;
     case mechanism::group_t::full: {
@@ -124,7 +132,7 @@ void ProofDirector::produceWriterData(const QString& directory, const QString& i
             }
         }
         const QString name = QStringLiteral("%1_%2_%3.%4").arg(base, mech, drv, ext);
-        runs.push_back(writerRun(folder.filePath(name), words, inputFile, all));
+        runs.push_back(writerRun(pathIn(folder, name), words, inputFile, all));
         break;
     }
     }

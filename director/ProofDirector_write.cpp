@@ -33,7 +33,7 @@ void ProofDirector::writeEntry(const std::size_t& index)
     switch (runWriter({run.cmd, run.args}, *processes)) {
     case WriterEnd::NotStarted:
         writeLog(LOG_PREFIX + std::string("Writer had an error.\n"));
-        addError(tr("Error starting secondary proof obligation generation for driver %1.")
+        addError(QObject::tr("Error starting secondary proof obligation generation for driver %1.")
                      .arg(driver.name));
         break;
     case WriterEnd::Crashed:
@@ -46,7 +46,7 @@ void ProofDirector::writeEntry(const std::size_t& index)
         if (!isThere(run.po2filename)) {
             writeLog(LOG_PREFIX + ("Secondary po " + run.po2filename.toStdString()) +
                      " not found.\n");
-            addError(tr("Secondary proof obligation for driver %1 not found in file %2.")
+            addError(QObject::tr("Secondary proof obligation for driver %1 not found in file %2.")
                          .arg(driver.name, run.po2filename));
         }
         break;

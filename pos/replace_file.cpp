@@ -85,6 +85,27 @@ bool takesFiles(const QByteArray& path)
     return takes;
 }
 
+/// Ends with the errno that the last failure left, whatever is destroyed in between.
+class errno_keeper_t
+{
+public:
+    errno_keeper_t() = default;
+    ~errno_keeper_t()
+    {
+        errno = kept;
+    }
+    errno_keeper_t(const errno_keeper_t&) = delete;
+    errno_keeper_t& operator=(const errno_keeper_t&) = delete;
+
+    void keep()
+    {
+        kept = errno;
+    }
+
+private:
+    int kept = 0;
+};
+
 /// Writes a new file beside the old one and puts it in its place.
 outcome_t replaceByNewFile(const QByteArray& path, const struct stat& old,
                            const std::vector<QByteArray>& pieces)
@@ -93,8 +114,10 @@ outcome_t replaceByNewFile(const QByteArray& path, const struct stat& old,
     if (QFile::encodeName(name) != path) {
         return outcome_t::notBeside; // Qt would write to another name
     }
+    errno_keeper_t keeper; // outlives the file, whose end changes errno
     QSaveFile file(name);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+        keeper.keep();
         // A full disk, say, is no reason to write over the only good copy.
         return takesFiles(path) ? outcome_t::failed : outcome_t::notBeside;
     }
@@ -103,11 +126,13 @@ outcome_t replaceByNewFile(const QByteArray& path, const struct stat& old,
     static_cast<void>(::fchown(fd, old.st_uid, old.st_gid) == 0 ||
                       ::fchown(fd, static_cast<uid_t>(-1), old.st_gid) == 0);
     if (!writePieces(fd, pieces)) {
+        keeper.keep();
         return outcome_t::failed;
     }
     if (file.commit()) {
         return outcome_t::replaced;
     }
+    keeper.keep();
     const bool forbidden = errno == EBUSY || errno == EPERM || errno == EACCES;
     return forbidden ? outcome_t::notBeside : outcome_t::failed;
 }
