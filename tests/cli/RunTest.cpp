@@ -197,11 +197,16 @@ TEST_F(Run, ChildrenGetDefaultSignalsAndNoForeignFiles)
     sigemptyset(&mask);
     sigaddset(&mask, SIGTERM);
     sigaddset(&mask, SIGPIPE);
+    sigaddset(&mask, SIGALRM);
     ::sigprocmask(SIG_BLOCK, &mask, &before);
+    std::signal(SIGCHLD, SIG_IGN); // would hide from it how its tools ended
     const pid_t program = start(options({"-m", "mechs/mech.xml"}));
+    std::signal(SIGCHLD, SIG_DFL);
     ::sigprocmask(SIG_SETMASK, &before, nullptr);
-    EXPECT_EQ(finish(program).status, 0);
+    EXPECT_EQ(finish(program).err, "");
+    EXPECT_EQ(test::statusesOf(dir.path("comp.pos")), "Proved/Proved/Proved");
     const std::string child = test::contentOf(dir.path("child"));
+    EXPECT_NE(child.find("SigBlk:\t0000000000000000"), std::string::npos) << child;
     for (const char* set : {"SigBlk:\t", "SigIgn:\t"}) {
         const std::size_t at = child.find(set);
         ASSERT_NE(at, std::string::npos) << child;
@@ -250,6 +255,27 @@ TEST_F(Run, ATerminationSignalKeepsWhatWasReachedAndLeavesNoChild)
         }
         EXPECT_EQ(test::contentOf("/proc/" + std::to_string(prover) + "/cmdline"), "");
     }
+}
+
+TEST_F(Run, AReportThatNobodyReadsKeepsNoStopFromSaving)
+{
+    mechanism("mech", "always", "Proved\\n");
+    std::string pos = test::posText({{{}}});
+    pos.replace(pos.find("PO_0"), 4, std::string(200000, 'x')); // more than a pipe holds
+    dir.write("comp.pos", pos);
+    ASSERT_EQ(::mkfifo(dir.path("out").c_str(), 0600), 0);
+    const int reader = ::open(dir.path("out").c_str(), O_RDONLY | O_NONBLOCK);
+    const pid_t program = start(options({"-m", "mechs/mech.xml"}));
+    char byte = 0;
+    while (::read(reader, &byte, 1) == 0 || byte != 'x') {
+        ::usleep(1000); // the report has reached the heading, and is stuck in it
+    }
+    ::kill(program, SIGTERM);
+    int status = 0;
+    ::waitpid(program, &status, 0);
+    ::close(reader);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1);
+    EXPECT_EQ(test::statusesOf(dir.path("comp.pos")), "Proved/Proved/Proved");
 }
 
 TEST_F(Run, AFileInAnotherEncodingIsSavedAsUtf8AndSaysSo)
