@@ -96,8 +96,11 @@ void ProofDirector::prepareDriver(std::size_t index)
     produceWriterData(dir, pog, batches);
     traceLine("Driver producing prover data");
     produceProverData();
-    const std::scoped_lock lock(domMutex, entryMutex);
-    doneCount = 0;
+    {
+        const std::lock_guard<std::mutex> lock(domMutex);
+        doneCount = 0;
+    }
+    const std::lock_guard<std::mutex> lock(entryMutex);
     nextEntry = 0;
 }
 
