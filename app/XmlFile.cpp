@@ -126,7 +126,11 @@ bool readXmlFile(const QString& path, QDomDocument& document)
         return false;
     }
     QXmlInputSource source;
-    source.setData(file.readAll());
+    const QByteArray content = file.read(MAX_XML_FILE_SIZE + 1);
+    if (content.size() > MAX_XML_FILE_SIZE) {
+        return false; // it has grown since it was opened
+    }
+    source.setData(content);
     GuardedReader reader;
     QDomDocument parsed;
     if (!parsed.setContent(&source, &reader)) {

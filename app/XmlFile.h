@@ -7,10 +7,11 @@
 
 /// Elements nested deeper than this make a document malformed: the DOM is freed and written
 /// recursively, so that a deeper one could exhaust the stack. Real files have about six levels.
-constexpr int MAX_XML_DEPTH = 256;
+constexpr int MAX_XML_DEPTH = 1000;
 
-/// Files larger than this (in bytes) are refused like unreadable ones.
-constexpr long long MAX_XML_FILE_SIZE = 1LL << 30;
+/// Files larger than this (in bytes) are refused like unreadable ones: the parser holds the whole
+/// text in one QString, which ends a little below 2^30 characters.
+constexpr long long MAX_XML_FILE_SIZE = 1LL << 29;
 
 /// Reads the file at `path` (a plain path in the file system, taken as UTF-8) into `document`,
 /// without namespace processing.

@@ -100,8 +100,8 @@ void countMechanisms(const QDomElement& goal, metrics_t& metrics)
         countMechanismStatus(statusOf(mechanism), record);
         for (QDomElement driver = mechanism.firstChildElement(TAG_DRIVER); !driver.isNull();
              driver = driver.nextSiblingElement(TAG_DRIVER)) {
-            countDriverStatus(statusOf(driver),
-                              recordOf(record.drivers, driver.attribute(ATTR_NAME)));
+            driver_metrics_t& found = recordOf(record.drivers, driver.attribute(ATTR_NAME));
+            countDriverStatus(statusOf(driver), found);
         }
     }
 }

@@ -58,6 +58,8 @@ T_resource_ident* T_resource_tool::set_resource(const char* resource, const char
 void T_resource_tool::move_definition(T_resource_ident* ident, T_resource_line* line) const
 {
     if (ident->get_line() != line) {
+        // All of its lines, not the last one alone: a first line that ends in a backslash would
+        // take the line below it for its value once the file is saved and read again.
         ident->delete_lines();
         ident->attach(line, line);
     }
