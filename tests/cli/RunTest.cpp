@@ -261,13 +261,13 @@ TEST_F(Run, AReportThatNobodyReadsKeepsNoStopFromSaving)
 {
     mechanism("mech", "always", "Proved\\n");
     std::string pos = test::posText({{{}}});
-    pos.replace(pos.find("PO_0"), 4, std::string(200000, 'x')); // more than a pipe holds
+    pos.replace(pos.find("PO_0"), 4, std::string(200000, 'Z')); // more than a pipe holds
     dir.write("comp.pos", pos);
     ASSERT_EQ(::mkfifo(dir.path("out").c_str(), 0600), 0);
     const int reader = ::open(dir.path("out").c_str(), O_RDONLY | O_NONBLOCK);
     const pid_t program = start(options({"-m", "mechs/mech.xml"}));
     char byte = 0;
-    while (::read(reader, &byte, 1) == 0 || byte != 'x') {
+    while (::read(reader, &byte, 1) == 0 || byte != 'Z') {
         ::usleep(1000); // the report has reached the heading, and is stuck in it
     }
     ::kill(program, SIGTERM);
