@@ -29,6 +29,7 @@
 #include <QStringList>
 
 #include <cstddef>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <mutex>
@@ -179,6 +180,8 @@ private:
 
     // ProofDirector_load.cpp
     bool readPosFile();
+    bool
+    appendObligations(const std::function<bool(QDomElement& goal, po_data_t& record)>& recordGoal);
     QDomElement registerMechanism(QDomElement& goal, pos::status_t status);
     po_data_t goalToPlay(QDomElement& goal, bool& registered);
     bool isOpen(pos::status_t status, const QDomElement& entry) const;

@@ -113,6 +113,29 @@ ProofDirector::po_data_t ProofDirector::goalToPlay(QDomElement& goal, bool& regi
     return {pos::UNPROVED, driversOf(entry, {}), entry};
 }
 
+/// Appends the obligations of the document with the records that `recordGoal` makes; stops and
+/// returns false at the first goal for which it makes none. Called with `domMutex` held.
+bool ProofDirector::appendObligations(
+    const std::function<bool(QDomElement& goal, po_data_t& record)>& recordGoal)
+{
+    for (QDomElement obligation =
+             dom.documentElement().firstChildElement(pos::TAG_PROOF_OBLIGATION);
+         !obligation.isNull();
+         obligation = obligation.nextSiblingElement(pos::TAG_PROOF_OBLIGATION)) {
+        std::vector<po_data_t> goals;
+        for (QDomElement goal = obligation.firstChildElement(pos::TAG_SIMPLE_GOAL); !goal.isNull();
+             goal = goal.nextSiblingElement(pos::TAG_SIMPLE_GOAL)) {
+            po_data_t record;
+            if (!recordGoal(goal, record)) {
+                return false;
+            }
+            goals.push_back(std::move(record));
+        }
+        obligations.emplace_back(nameOf(obligation), std::move(goals));
+    }
+    return true;
+}
+
 bool ProofDirector::loadPosFile()
 {
     unprovedCount = 0;
@@ -121,17 +144,10 @@ bool ProofDirector::loadPosFile()
     }
     const std::lock_guard<std::mutex> lock(domMutex);
     bool registered = false;
-    for (QDomElement obligation =
-             dom.documentElement().firstChildElement(pos::TAG_PROOF_OBLIGATION);
-         !obligation.isNull();
-         obligation = obligation.nextSiblingElement(pos::TAG_PROOF_OBLIGATION)) {
-        std::vector<po_data_t> goals;
-        for (QDomElement goal = obligation.firstChildElement(pos::TAG_SIMPLE_GOAL); !goal.isNull();
-             goal = goal.nextSiblingElement(pos::TAG_SIMPLE_GOAL)) {
-            goals.push_back(goalToPlay(goal, registered));
-        }
-        obligations.emplace_back(nameOf(obligation), std::move(goals));
-    }
+    appendObligations([&](QDomElement& goal, po_data_t& record) {
+        record = goalToPlay(goal, registered);
+        return true;
+    });
     return registered;
 }
 
@@ -144,24 +160,12 @@ bool ProofDirector::reloadPosFile()
     unprovedCount = 0;
     const QString name = QString::fromStdString(mechanism.name);
     const QStringList verdicts = {pos::ATTR_VALUE_PROVED, pos::ATTR_VALUE_DISPROVED};
-    for (QDomElement obligation =
-             dom.documentElement().firstChildElement(pos::TAG_PROOF_OBLIGATION);
-         !obligation.isNull();
-         obligation = obligation.nextSiblingElement(pos::TAG_PROOF_OBLIGATION)) {
-        std::vector<po_data_t> goals;
-        for (QDomElement goal = obligation.firstChildElement(pos::TAG_SIMPLE_GOAL); !goal.isNull();
-             goal = goal.nextSiblingElement(pos::TAG_SIMPLE_GOAL)) {
-            const bool unproved = statusWordOf(goal) == pos::ATTR_VALUE_UNPROVED;
-            unprovedCount += unproved ? 1 : 0;
-            const QDomElement entry = mechanismOf(goal, name);
-            if (entry.isNull()) {
-                return false;
-            }
-            const bool replayed = unproved && statusWordOf(entry) == pos::ATTR_VALUE_UNPROVED;
-            goals.push_back(
-                {pos::UNPROVED, replayed ? driversOf(entry, verdicts) : QStringList(), entry});
-        }
-        obligations.emplace_back(nameOf(obligation), std::move(goals));
-    }
-    return true;
+    return appendObligations([&](QDomElement& goal, po_data_t& record) {
+        const bool unproved = statusWordOf(goal) == pos::ATTR_VALUE_UNPROVED;
+        unprovedCount += unproved ? 1 : 0;
+        const QDomElement entry = mechanismOf(goal, name);
+        const bool replayed = unproved && statusWordOf(entry) == pos::ATTR_VALUE_UNPROVED;
+        record = {pos::UNPROVED, replayed ? driversOf(entry, verdicts) : QStringList(), entry};
+        return !entry.isNull();
+    });
 }
