@@ -1,11 +1,12 @@
 #include "pos/replace_file.h"
 
 #include <QFile>
-#include <QSaveFile>
+#include <QTemporaryFile>
 
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 
@@ -51,8 +52,8 @@ bool writeBuffers(int fd, iovec* buffers, int count)
     return true;
 }
 
-/// Writes the pieces and has them reach the disk. Pieces are many and small: they are handed over
-/// in as few system calls as the system allows.
+/// Writes the pieces. Pieces are many and small: they are handed over in as few system calls as the
+/// system allows.
 bool writePieces(int fd, const std::vector<QByteArray>& pieces)
 {
     std::array<iovec, IOV_MAX> buffers{};
@@ -68,77 +69,80 @@ bool writePieces(int fd, const std::vector<QByteArray>& pieces)
         buffers[static_cast<std::size_t>(count++)] = {const_cast<char*>(piece.constData()),
                                                       static_cast<std::size_t>(piece.size())};
     }
-    if (!writeBuffers(fd, buffers.data(), count)) {
-        return false;
-    }
-    // A full disk or a lost server may show only now. Some file systems have nothing to do here.
-    return ::fsync(fd) == 0 || errno == EINVAL;
+    return writeBuffers(fd, buffers.data(), count);
 }
 
-/// True when the folder of `path` lets this user make files; leaves `errno` as it is.
+/// Has what was written accepted by the file system for good: by the disk when `synced`, otherwise
+/// by whoever keeps the file (a server may find only now that it has no room).
+bool settle(int fd, bool synced)
+{
+    if (synced) {
+        return ::fsync(fd) == 0 || errno == EINVAL; // some file systems have nothing to do here
+    }
+    // What a file system has to say at a close it says at that of any descriptor.
+    const int copy = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
+    return copy >= 0 && ::close(copy) == 0;
+}
+
+/// True when the folder of `path` lets this user make files.
 bool takesFiles(const QByteArray& path)
 {
-    const int error = errno;
     const QByteArray folder = path.left(path.lastIndexOf('/') + 1);
-    const bool takes = ::faccessat(AT_FDCWD, folder.constData(), W_OK | X_OK, AT_EACCESS) == 0;
-    errno = error;
-    return takes;
+    return ::faccessat(AT_FDCWD, folder.constData(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
-/// Ends with the errno that the last failure left, whatever is destroyed in between.
-class errno_keeper_t
+/// Owner, group and mode of the old file, as far as the system lets them be given away: only root
+/// may change an owner, but the owner may keep the group. The mode comes last, since a change of
+/// owner takes the set-id bits away.
+bool takeOver(int fd, const struct stat& old)
 {
-public:
-    errno_keeper_t() = default;
-    ~errno_keeper_t()
-    {
-        errno = kept;
+    static_cast<void>(::fchown(fd, old.st_uid, old.st_gid) == 0 ||
+                      ::fchown(fd, static_cast<uid_t>(-1), old.st_gid) == 0);
+    return ::fchmod(fd, old.st_mode & ALLPERMS) == 0;
+}
+
+/// Puts the finished file in the place of the old one. A nameless file gets its name only here, so
+/// that hardly any moment is left in which a killed process leaves it behind.
+outcome_t putInPlace(QTemporaryFile& file, const QByteArray& path)
+{
+    errno = 0;
+    const QByteArray name = QFile::encodeName(file.fileName());
+    if (name.isEmpty()) {
+        return outcome_t::failed; // it cannot be given a name
     }
-    errno_keeper_t(const errno_keeper_t&) = delete;
-    errno_keeper_t& operator=(const errno_keeper_t&) = delete;
-
-    void keep()
-    {
-        kept = errno;
+    if (std::rename(name.constData(), path.constData()) != 0) {
+        const bool forbidden = errno == EBUSY || errno == EPERM || errno == EACCES;
+        return forbidden ? outcome_t::notBeside : outcome_t::failed;
     }
+    file.setAutoRemove(false);
+    return outcome_t::replaced;
+}
 
-private:
-    int kept = 0;
-};
-
-/// Writes a new file beside the old one and puts it in its place.
+/// Writes a new file beside the old one and puts it in its place. On failure `error` is the reason.
 outcome_t replaceByNewFile(const QByteArray& path, const struct stat& old,
-                           const std::vector<QByteArray>& pieces)
+                           const std::vector<QByteArray>& pieces, bool synced, int& error)
 {
     const QString name = QString::fromUtf8(path);
     if (QFile::encodeName(name) != path) {
         return outcome_t::notBeside; // Qt would write to another name
     }
-    errno_keeper_t keeper; // outlives the file, whose end changes errno
-    QSaveFile file(name);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
-        keeper.keep();
+    QTemporaryFile file(name + QStringLiteral(".XXXXXX"));
+    if (!file.open()) {
+        error = errno;
         // A full disk, say, is no reason to write over the only good copy.
         return takesFiles(path) ? outcome_t::failed : outcome_t::notBeside;
     }
     const int fd = file.handle();
-    // Only root may give a file away, its owner may at least keep the group: as far as it goes.
-    static_cast<void>(::fchown(fd, old.st_uid, old.st_gid) == 0 ||
-                      ::fchown(fd, static_cast<uid_t>(-1), old.st_gid) == 0);
-    if (!writePieces(fd, pieces)) {
-        keeper.keep();
-        return outcome_t::failed;
+    outcome_t outcome = outcome_t::failed;
+    if (takeOver(fd, old) && writePieces(fd, pieces) && settle(fd, synced)) {
+        outcome = putInPlace(file, path);
     }
-    if (file.commit()) {
-        return outcome_t::replaced;
-    }
-    keeper.keep();
-    const bool forbidden = errno == EBUSY || errno == EPERM || errno == EACCES;
-    return forbidden ? outcome_t::notBeside : outcome_t::failed;
+    error = errno; // before the end of the file, which changes it
+    return outcome;
 }
 
 /// Writes over the old content. A lack of room shows before the first byte is lost.
-bool writeInPlace(int fd, off_t oldSize, const std::vector<QByteArray>& pieces)
+bool writeInPlace(int fd, off_t oldSize, const std::vector<QByteArray>& pieces, bool synced)
 {
     off_t size = 0;
     for (const QByteArray& piece : pieces) {
@@ -152,16 +156,17 @@ bool writeInPlace(int fd, off_t oldSize, const std::vector<QByteArray>& pieces)
             return false;
         }
     }
-    return writePieces(fd, pieces) && ::ftruncate(fd, size) == 0;
+    return writePieces(fd, pieces) && ::ftruncate(fd, size) == 0 && settle(fd, synced);
 }
 
-bool replaceInPlace(const QByteArray& path, off_t oldSize, const std::vector<QByteArray>& pieces)
+bool replaceInPlace(const QByteArray& path, off_t oldSize, const std::vector<QByteArray>& pieces,
+                    bool synced)
 {
     const int fd = ::open(path.constData(), O_WRONLY | O_CLOEXEC);
     if (fd < 0) {
         return false;
     }
-    const bool written = writeInPlace(fd, oldSize, pieces);
+    const bool written = writeInPlace(fd, oldSize, pieces, synced);
     const int error = errno;
     const bool closed = ::close(fd) == 0;
     if (!written) {
@@ -172,7 +177,7 @@ bool replaceInPlace(const QByteArray& path, off_t oldSize, const std::vector<QBy
 
 } // namespace
 
-bool replaceFile(const QString& path, const std::vector<QByteArray>& pieces)
+bool replaceFile(const QString& path, const std::vector<QByteArray>& pieces, bool synced)
 {
     const std::unique_ptr<char, decltype(&std::free)> real(
         ::realpath(path.toUtf8().constData(), nullptr), &std::free);
@@ -188,10 +193,12 @@ bool replaceFile(const QString& path, const std::vector<QByteArray>& pieces)
         return false;
     }
     const QByteArray target(real.get());
-    const outcome_t outcome = replaceByNewFile(target, old, pieces);
+    int error = 0;
+    const outcome_t outcome = replaceByNewFile(target, old, pieces, synced, error);
     if (outcome == outcome_t::notBeside) {
-        return replaceInPlace(target, old.st_size, pieces);
+        return replaceInPlace(target, old.st_size, pieces, synced);
     }
+    errno = error;
     return outcome == outcome_t::replaced;
 }
 
