@@ -8,6 +8,7 @@
 #include "director/ChildProcess.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
+#include "director/SyncPace.h"
 #include "pos/document_text.h"
 
 #include <sstream>
@@ -22,7 +23,7 @@ ProofDirector::ProofDirector(const std::string& componentName, const std::string
       pog(QString::fromStdString(pogPath)), dir(QString::fromStdString(directory)), xml(xmlReport),
       concurrency(workers), trace(traceLevel), fastOnly(onlyFast), component(componentName),
       processes(std::make_unique<ChildList>()), text(std::make_unique<pos::DocumentText>()),
-      saves(std::make_unique<SaveGroup>())
+      saves(std::make_unique<SaveGroup>()), pace(std::make_unique<SyncPace>())
 {
     useUtf8Everywhere();
     loaded = mechanism::ofFile(QString::fromStdString(mechanismFile), mechanism);

@@ -39,6 +39,7 @@
 
 class ChildList;
 class SaveGroup;
+class SyncPace;
 
 namespace pos
 {
@@ -271,6 +272,9 @@ private:
 
     /// Who waits for the next save; has a lock of its own.
     std::unique_ptr<SaveGroup> saves;
+
+    /// When a save is synced. Used by the one thread that carries out a save.
+    std::unique_ptr<SyncPace> pace;
 
     bool stopped = false; ///< no verdict is merged any more; guarded by `domMutex`
 };

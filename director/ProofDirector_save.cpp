@@ -1,13 +1,15 @@
 // Saving the POS document. Whoever needs its changes on disk joins the next save and waits for it;
 // one of those who wait takes the text of the document under `domMutex` and writes it with no lock
 // of the director held. So a save always holds a whole document, at most one runs at a time, and
-// jobs that end together share one.
+// jobs that end together share one. A save outlives this process in any case; it waits for the disk
+// as often as that costs little, and when it is the last one of a stop.
 
 #include "director/ProofDirector.h"
 
 #include "app/LogLine.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
+#include "director/SyncPace.h"
 #include "pos/document_text.h"
 #include "pos/replace_file.h"
 
@@ -34,6 +36,7 @@ bool ProofDirector::savePosFile()
 bool ProofDirector::saveDocument(bool report)
 {
     std::vector<QByteArray> pieces;
+    bool last = false;
     {
         const std::lock_guard<std::mutex> lock(domMutex);
         QDomElement root = dom.documentElement();
@@ -45,11 +48,18 @@ bool ProofDirector::saveDocument(bool report)
             text->allChanged();
         }
         pieces = text->pieces();
+        last = stopped;
     }
-    if (pos::replaceFile(pos, pieces)) {
+    const SyncPace::Clock::time_point begin = SyncPace::Clock::now();
+    const bool synced = last || pace->isDue(begin);
+    const bool saved = pos::replaceFile(pos, pieces, synced);
+    const int reason = errno;
+    if (synced) {
+        pace->synced(begin, SyncPace::Clock::now());
+    }
+    if (saved) {
         return true;
     }
-    const int reason = errno;
     if (report) {
         writeLog(LOG_PREFIX + ("Cannot save POS file " + pos.toStdString()) + ": " +
                  std::strerror(reason) + "\n");
