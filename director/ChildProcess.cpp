@@ -1,102 +1,199 @@
 #include "director/ChildProcess.h"
 
-#include <QProcess>
-
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
+#include <iterator>
+
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace
 {
 
-constexpr int START_LIMIT_MS = 30000;
-
-/// A file in memory that a child can print into. A child's own children may keep it open without
-/// keeping us.
-class OutputFile
+/// An open file, closed at the end; negative when opening it failed. No child inherits it. It is
+/// never one of the three standard streams, even when those of this process are closed: giving a
+/// child its streams one after the other would overwrite it.
+class Descriptor
 {
 public:
-    OutputFile() : fd(memfd_create("reader-output", MFD_CLOEXEC)) {}
-    ~OutputFile()
+    explicit Descriptor(int number) : fd(number)
+    {
+        if (fd >= 0 && fd <= STDERR_FILENO) {
+            fd = ::fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+            const int error = errno;
+            ::close(number);
+            errno = error;
+        }
+    }
+    ~Descriptor()
+    {
+        close();
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int number() const
+    {
+        return fd;
+    }
+    void close()
     {
         if (fd >= 0) {
             ::close(fd);
         }
-    }
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
-
-    bool isOpen() const
-    {
-        return fd >= 0;
-    }
-    /// The name under which this process opens it once more.
-    QString path() const
-    {
-        return QStringLiteral("/proc/self/fd/%1").arg(fd);
-    }
-    QByteArray content() const
-    {
-        QByteArray bytes;
-        char block[65536];
-        off_t offset = 0;
-        ssize_t count = 0;
-        while ((count = ::pread(fd, block, sizeof block, offset)) > 0 ||
-               (count < 0 && errno == EINTR)) {
-            if (count > 0) {
-                bytes.append(block, static_cast<int>(count));
-                offset += count;
-            }
-        }
-        return bytes;
+        fd = -1;
     }
 
 private:
     int fd;
 };
 
-/// Waits until `child` has ended but leaves it unreaped, so that its process id stays its own.
-/// Returns at once for a child that was never started.
-void awaitEnd(const QProcess& child)
+/// The outcome of a start: a process, or the reason why there is none.
+struct Child {
+    pid_t pid = 0;
+    int error = 0;
+};
+
+/// True when a start failed for want of room, which a later one may find; false when the program is
+/// to blame.
+bool isRefusal(int error)
 {
-    const qint64 pid = child.processId();
+    return error == EAGAIN || error == ENOMEM || error == EMFILE || error == ENFILE;
+}
+
+/// The words of a command in the form that the system takes.
+class Arguments
+{
+public:
+    explicit Arguments(const Command& command)
+    {
+        words.push_back(programOfPath(command.path).toUtf8());
+        for (const QString& argument : command.arguments) {
+            words.push_back(argument.toUtf8());
+        }
+        for (QByteArray& word : words) {
+            pointers.push_back(word.data());
+        }
+        pointers.push_back(nullptr);
+    }
+    char* const* list() const
+    {
+        return pointers.data();
+    }
+
+private:
+    std::vector<QByteArray> words;
+    std::vector<char*> pointers;
+};
+
+/// Starts `command` with these standard streams; returns once it runs its program or cannot.
+Child startProgram(const Command& command, int input, int output, int errors)
+{
+    const Arguments arguments(command);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
+
+    // Ignored by us, perhaps, but a tool expects to be ended by a pipe that nobody reads.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+
+    Child child;
+    child.error = ::posix_spawn(&child.pid, arguments.list()[0], &actions, &attributes,
+                                arguments.list(), environ);
+    if (child.error != 0) {
+        child.pid = 0;
+    }
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    return child;
+}
+
+/// Reaps `child` when it has ended. True when it ended by a signal.
+bool reap(pid_t child)
+{
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFSIGNALED(status);
+}
+
+/// Waits for `child` (0: none) to end, takes it out of the list and reaps it. True when it ended
+/// by a signal.
+bool finish(pid_t child, ChildList& children)
+{
+    if (child == 0) {
+        return false;
+    }
     siginfo_t end = {};
-    while (pid != 0 && ::waitid(P_PID, static_cast<id_t>(pid), &end, WEXITED | WNOWAIT) != 0 &&
+    while (::waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOWAIT) < 0 &&
            errno == EINTR) {
     }
+    children.remove(child);
+    return reap(child);
 }
 
-/// Waits for `child` to end, takes it out of the list and reaps it. True when it crashed.
-bool finish(QProcess& child, ChildList& children)
+/// Kills `child`, which has not been reaped.
+void kill(pid_t child)
 {
-    awaitEnd(child);
-    children.remove(&child);
-    child.waitForFinished(-1);
-    return child.exitStatus() == QProcess::CrashExit;
-}
-
-void startProgram(QProcess& child, const Command& command)
-{
-    child.start(programOfPath(command.path), command.arguments);
-}
-
-/// A start that failed before there was a process: the system refused it, or the input is missing.
-bool hasNoProcess(const QProcess& child)
-{
-    return child.state() == QProcess::NotRunning;
-}
-
-bool canRead(const QString& file)
-{
-    const int fd = ::open(file.toUtf8().constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) {
-        return errno == EMFILE || errno == ENFILE; // the file is not to blame
+    if (child != 0) {
+        ::kill(child, SIGKILL);
     }
-    ::close(fd);
-    return true;
+}
+
+/// All that stands in the file, wherever its position is.
+QByteArray contentOf(int fd)
+{
+    QByteArray bytes;
+    char block[65536];
+    ssize_t count = 0;
+    while ((count = ::pread(fd, block, sizeof block, bytes.size())) > 0 ||
+           (count < 0 && errno == EINTR)) {
+        bytes.append(block, static_cast<int>(std::max<ssize_t>(count, 0)));
+    }
+    return bytes;
+}
+
+int openNull()
+{
+    return ::open("/dev/null", O_RDWR | O_CLOEXEC);
+}
+
+/// Opens what a prover reads. Never waits for the other end of a pipe that stands in its place.
+int openInput(const QString& file)
+{
+    const int fd = ::open(file.toUtf8().constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd >= 0) {
+        ::fcntl(fd, F_SETFL, 0);
+    }
+    return fd;
+}
+
+PairResult refused(int error)
+{
+    return {PairEnd::Refused, {}, qt_error_string(error)};
+}
+
+/// Waits for both children (0: none) and tells how they ended.
+PairEnd awaitPair(pid_t prover, pid_t reader, ChildList& children)
+{
+    if (finish(prover, children)) {
+        kill(reader);
+        finish(reader, children);
+        return PairEnd::ProverCrashed;
+    }
+    return finish(reader, children) ? PairEnd::ReaderCrashed : PairEnd::Read;
 }
 
 } // namespace
@@ -109,102 +206,97 @@ QString programOfPath(const QString& path)
     return program.contains(QLatin1Char('/')) ? program : QStringLiteral("./") + program;
 }
 
-bool ChildList::start(const std::function<void()>& start, const QList<QProcess*>& children)
+bool ChildList::start(const std::function<void()>& start)
 {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const std::shared_lock<std::shared_mutex> lock(starting);
     if (closed) {
         return false;
     }
     start();
-    processes += children;
     return true;
 }
 
-void ChildList::remove(QProcess* child)
+void ChildList::enter(std::initializer_list<pid_t> children)
 {
     const std::lock_guard<std::mutex> lock(mutex);
-    processes.removeOne(child);
+    std::copy_if(children.begin(), children.end(), std::back_inserter(processes), [](pid_t child) {
+        return child != 0;
+    });
+}
+
+void ChildList::remove(pid_t child)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    processes.erase(std::find(processes.begin(), processes.end(), child));
 }
 
 void ChildList::killAll()
 {
+    closed = true; // before the wait: no start begins while those that run come to their end
+    const std::unique_lock<std::shared_mutex> wait(starting);
     const std::lock_guard<std::mutex> lock(mutex);
-    closed = true;
-    for (QProcess* child : std::as_const(processes)) {
-        child->kill();
+    for (const pid_t child : processes) {
+        kill(child);
     }
 }
 
 bool ChildList::isClosed() const
 {
-    const std::lock_guard<std::mutex> lock(mutex);
     return closed;
 }
 
 WriterEnd runWriter(const Command& writer, ChildList& children)
 {
-    QProcess child;
-    child.setStandardInputFile(QProcess::nullDevice());
-    child.setStandardOutputFile(QProcess::nullDevice());
-    child.setStandardErrorFile(QProcess::nullDevice());
-    if (!children.start([&] {
-            startProgram(child, writer);
-        })) {
+    const Descriptor null(openNull());
+    Child child;
+    const bool open = children.start([&] {
+        child = startProgram(writer, null.number(), null.number(), null.number());
+    });
+    if (!open) {
         return WriterEnd::Stopped;
     }
-    if (!child.waitForStarted(START_LIMIT_MS)) {
-        child.kill();
-        child.waitForFinished(-1);
+    if (child.pid == 0) {
         return WriterEnd::NotStarted;
     }
-    child.waitForFinished(-1);
-    return child.exitStatus() == QProcess::CrashExit ? WriterEnd::Crashed : WriterEnd::Exited;
+    return reap(child.pid) ? WriterEnd::Crashed : WriterEnd::Exited;
 }
 
 PairResult runPair(const Command& prover, const QString& input, const Command& reader,
                    ChildList& children)
 {
-    const OutputFile output;
-    if (!output.isOpen()) {
-        return {PairEnd::Refused, {}, qt_error_string(errno)};
+    const Descriptor null(openNull());
+    // A file that no other process can keep us waiting with, by holding it open.
+    const Descriptor output(::memfd_create("reader-output", MFD_CLOEXEC));
+    int ends[2] = {-1, -1};
+    if (null.number() < 0 || output.number() < 0 || ::pipe2(ends, O_CLOEXEC) != 0) {
+        return refused(errno);
     }
-    const QString inputFile = input.isEmpty() ? QProcess::nullDevice() : input;
-    QProcess proving;
-    QProcess reading;
-    proving.setStandardInputFile(inputFile);
-    proving.setStandardOutputProcess(&reading);
-    proving.setStandardErrorFile(QProcess::nullDevice());
-    reading.setStandardOutputFile(output.path());
-    reading.setStandardErrorFile(QProcess::nullDevice());
+    Descriptor fromProver(ends[0]);
+    Descriptor toReader(ends[1]);
+    const Descriptor file(input.isEmpty() ? openNull() : openInput(input));
 
+    Child proving{0, file.number() < 0 ? errno : 0};
+    Child reading;
     const auto start = [&] {
-        startProgram(proving, prover);
-        if (hasNoProcess(proving)) {
-            // Nobody holds the pipe's other end: the reader must find its input at its end.
-            reading.setStandardInputFile(QProcess::nullDevice());
+        if (proving.error == 0) {
+            proving = startProgram(prover, file.number(), toReader.number(), null.number());
         }
-        startProgram(reading, reader);
+        if (!isRefusal(proving.error)) {
+            reading = startProgram(reader, fromProver.number(), output.number(), null.number());
+        }
+        children.enter({proving.pid, reading.pid});
     };
-    if (!children.start(start, {&proving, &reading})) {
-        return {PairEnd::Stopped, {}, {}};
+    if (!children.start(start)) {
+        return {};
     }
-    const bool proverRefused = hasNoProcess(proving) && canRead(inputFile);
-    const bool readerRefused = hasNoProcess(reading);
-    if (proverRefused || readerRefused) {
-        const QString refusal = (proverRefused ? proving : reading).errorString();
-        proving.kill();
-        reading.kill();
-        finish(proving, children);
-        finish(reading, children);
-        return {PairEnd::Refused, {}, refusal};
+    toReader.close();
+    fromProver.close();
+    const int refusal = isRefusal(proving.error) ? proving.error : reading.error;
+    if (isRefusal(refusal)) {
+        kill(proving.pid);
+        finish(proving.pid, children);
+        return refused(refusal);
     }
-    if (finish(proving, children)) {
-        reading.kill();
-        finish(reading, children);
-        return {PairEnd::ProverCrashed, {}, {}};
-    }
-    if (finish(reading, children)) {
-        return {PairEnd::ReaderCrashed, {}, {}};
-    }
-    return {PairEnd::Read, output.content(), {}};
+    const PairEnd end = awaitPair(proving.pid, reading.pid, children);
+    return {end, end == PairEnd::Read ? contentOf(output.number()) : QByteArray(), {}};
 }

@@ -2,36 +2,44 @@
 
 // Running the external tools: a writer alone, or a prover piped into a reader.
 //
-// Every child is a QProcess that lives on the stack of the thread that runs it, and none of its
-// channels ends in a pipe of ours: standard input is a file, output that nobody reads goes to the
-// null device, and the reader's output goes to a file in memory. So whatever the children print,
-// and in whatever order they end, nothing has to be drained and no pair of them can block the
-// other.
+// A start goes through posix_spawn, which lends the child our memory until it runs its program: the
+// cost of a start does not grow with the component, as that of a fork does, which copies the page
+// tables. No stream of a child ends in a pipe of ours: standard input is a file or empty, output
+// that nobody reads goes to the null device, and the reader's output goes to a file in memory. So
+// whatever the children print, and in whatever order they end, nothing has to be drained and no
+// pair of them can block the other.
 //
 // Nothing here prints; the callers turn the plain records into log lines. The functions may be
 // called from several threads at once.
 
 #include <QByteArray>
-#include <QList>
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <functional>
+#include <initializer_list>
 #include <mutex>
+#include <shared_mutex>
+#include <vector>
 
-class QProcess;
+#include <sys/types.h>
 
 /// The children that a stop has to kill. Once killAll() was called no further child starts.
 class ChildList
 {
 public:
-    /// Runs `start`, which starts children, unless the list is closed; then enters `children`, in
-    /// order. Returns false, with nothing started, when the list is closed.
-    bool start(const std::function<void()>& start, const QList<QProcess*>& children = {});
+    /// Runs `start`, which starts children and enters those to be killed, unless the list is
+    /// closed; returns whether it did. Several starts may run at a time.
+    bool start(const std::function<void()>& start);
+
+    /// Appends a child, which is in the list from its start to its remove(). To be called within
+    /// start(). Several are entered in one go, in order; those that have no process are 0.
+    void enter(std::initializer_list<pid_t> children);
 
     /// Takes `child` out of the list. To be called before the child is reaped: while it is in the
     /// list its process id must be its own.
-    void remove(QProcess* child);
+    void remove(pid_t child);
 
     /// Kills every child in the list, in order, and closes the list for good.
     void killAll();
@@ -40,10 +48,11 @@ public:
     bool isClosed() const;
 
 private:
-    mutable std::mutex mutex;
-    // Guarded by `mutex`.
-    QList<QProcess*> processes;
-    bool closed = false;
+    /// Held, shared, by whoever starts a child; killAll() waits for them.
+    std::shared_mutex starting;
+    std::atomic<bool> closed{false};
+    std::mutex mutex;
+    std::vector<pid_t> processes; ///< guarded by `mutex`
 };
 
 /// A program as a mechanism names it (perhaps wrapped in double quotes), and its arguments.
@@ -54,9 +63,9 @@ struct Command {
 
 enum class WriterEnd { Exited, Crashed, NotStarted, Stopped };
 
-/// Runs `writer` to its end, without a time limit once it has started; a start may take 30 seconds.
-/// Its standard input is empty and its output is discarded. `Stopped` means that `children` was
-/// closed and nothing was started.
+/// Runs `writer` to its end, without a time limit. Its standard input is empty and its output is
+/// discarded. `NotStarted`: it cannot be executed, or the system had no room for it. `Stopped`:
+/// `children` was closed and nothing was started.
 WriterEnd runWriter(const Command& writer, ChildList& children);
 
 enum class PairEnd {
@@ -74,7 +83,8 @@ struct PairResult {
 };
 
 /// Runs `prover` with the file `input` on its standard input (empty input when `input` is empty)
-/// and its output piped into `reader`, until both have ended, without a time limit.
+/// and its output piped into `reader`, until both have ended, without a time limit. A prover whose
+/// input cannot be opened counts as one that cannot be executed.
 PairResult runPair(const Command& prover, const QString& input, const Command& reader,
                    ChildList& children);
 
