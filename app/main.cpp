@@ -15,6 +15,9 @@
 #include <iostream>
 #include <list>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace
 {
 
@@ -59,10 +62,24 @@ bool playRecorded(const Options& options, const std::string& component)
     return true;
 }
 
+/// Opens the standard streams that are closed: the next file opened, such as the POS file, would
+/// take the place of one, and the report would be written into it.
+void openStandardStreams()
+{
+    int fd = STDIN_FILENO;
+    while (fd >= 0 && fd <= STDERR_FILENO) {
+        fd = ::open("/dev/null", O_RDWR); // takes the lowest number that is free
+    }
+    if (fd > STDERR_FILENO) {
+        ::close(fd);
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    openStandardStreams();
     installTermination();
     // Before the first hash is made: the order of attributes in a saved file follows from it.
     qSetGlobalQHashSeed(0);
