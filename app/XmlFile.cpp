@@ -65,6 +65,7 @@ public:
     }
     bool skippedEntity(const QString& name) override
     {
+        skipped = true;
         return next->skippedEntity(name);
     }
     QString errorString() const override
@@ -72,9 +73,15 @@ public:
         return next->errorString();
     }
 
+    bool hasSkippedEntity() const
+    {
+        return skipped;
+    }
+
 private:
     QXmlContentHandler* next;
     int depth = 0;
+    bool skipped = false;
 };
 
 /// A reader that slips the depth guard in front of the content handler it is given.
@@ -95,9 +102,34 @@ public:
         guard = DepthGuard(handler);
         QXmlSimpleReader::setContentHandler(&guard);
     }
+    /// Whether there was a reference to an entity that is not declared.
+    bool hasSkippedEntity() const
+    {
+        return guard.hasSkippedEntity();
+    }
 
 private:
     DepthGuard guard{nullptr};
+};
+
+/// The text of a file, handed over bit by bit, so that it is never in memory as a whole. It ends at
+/// the size limit even if the file grows while it is read.
+class LimitedSource final : public QXmlInputSource
+{
+public:
+    explicit LimitedSource(QFile* source) : QXmlInputSource(source), file(source) {}
+
+    void fetchData() override
+    {
+        if (file->pos() < MAX_XML_FILE_SIZE) {
+            QXmlInputSource::fetchData();
+        } else {
+            setData(QString());
+        }
+    }
+
+private:
+    QFile* file;
 };
 
 /// Opens a regular file for reading; never waits for the other end of a pipe.
@@ -117,6 +149,26 @@ bool openRegularFile(const QString& path, QFile& file)
     return true;
 }
 
+/// Parses what the file holds into `document`; false when it is not well-formed, or nested too
+/// deeply.
+bool parse(QFile& file, QDomDocument& document)
+{
+    LimitedSource source(&file);
+    GuardedReader reader;
+    if (!document.setContent(&source, &reader)) {
+        return false;
+    }
+    if (!reader.hasSkippedEntity()) {
+        return true;
+    }
+    // With a reader that is not its own the DOM takes a reference in an attribute for one in the
+    // text, and it would be written where it makes the document malformed. The nesting is known to
+    // be all right.
+    file.seek(0);
+    LimitedSource again(&file);
+    return document.setContent(&again, false);
+}
+
 } // namespace
 
 bool readXmlFile(const QString& path, QDomDocument& document)
@@ -125,15 +177,8 @@ bool readXmlFile(const QString& path, QDomDocument& document)
     if (!openRegularFile(path, file)) {
         return false;
     }
-    QXmlInputSource source;
-    const QByteArray content = file.read(MAX_XML_FILE_SIZE + 1);
-    if (content.size() > MAX_XML_FILE_SIZE) {
-        return false; // it has grown since it was opened
-    }
-    source.setData(content);
-    GuardedReader reader;
     QDomDocument parsed;
-    if (!parsed.setContent(&source, &reader)) {
+    if (!parse(file, parsed)) {
         // Qt keeps what it had built before the error.
         parsed = QDomDocument();
         parsed.appendChild(parsed.createComment(QString()));
