@@ -150,20 +150,29 @@ QByteArray DocumentText::textOf(const QDomNode& node) const
 void declareUtf8(QDomDocument& document)
 {
     QDomProcessingInstruction declaration = document.firstChild().toProcessingInstruction();
-    if (declaration.isNull() || declaration.target() != QStringLiteral("xml")) {
+    if (declaration.isNull() || !declaration.target().startsWith(QStringLiteral("xml"))) {
         return;
     }
+    // The parser gives the values of a declaration in quotes that they may hold themselves.
+    static const QRegularExpression regular(
+        QStringLiteral("^(\\s*\\w+\\s*=\\s*(\"[^\">]*\"|'[^'>]*'))*\\s*$"));
+    if (declaration.target() == QStringLiteral("xml") &&
+        !regular.match(declaration.data()).hasMatch()) {
+        declaration.setData(QStringLiteral("version='1.0' encoding='UTF-8'"));
+        return;
+    }
+    // As the parser looks for it: the first quoted text after the word, wherever that stands.
     static const QRegularExpression encoding(
-        QStringLiteral("(?:^|\\s)encoding\\s*=\\s*(?:\"([^\"]*)\"|'([^']*)')"));
-    QString data = declaration.data();
-    const QRegularExpressionMatch match = encoding.match(data);
-    const int name = match.lastCapturedIndex(); // the one of the two kinds of quotes that is there
+        QStringLiteral("^[^>]*?encoding[^\"'>]*[\"']([^\"'>]*)[\"']"));
+    const QString before = declaration.target() + QLatin1Char(' ');
+    QString text = before + declaration.data();
+    const QRegularExpressionMatch match = encoding.match(text);
     const QString utf8 = QStringLiteral("UTF-8");
-    if (!match.hasMatch() || match.captured(name).compare(utf8, Qt::CaseInsensitive) == 0) {
+    if (!match.hasMatch() || match.captured(1).compare(utf8, Qt::CaseInsensitive) == 0) {
         return;
     }
-    data.replace(match.capturedStart(name), match.capturedLength(name), utf8);
-    declaration.setData(data);
+    text.replace(match.capturedStart(1), match.capturedLength(1), utf8);
+    declaration.setData(text.mid(before.size())); // a quote is never part of the target
 }
 
 } // namespace pos

@@ -60,7 +60,9 @@ private:
 
 /// Makes the XML declaration of `document` tell the truth: what is written is always UTF-8, so a
 /// declaration that names another encoding is changed to name UTF-8. One that names UTF-8 in
-/// whatever case, or no encoding, is left as it is, and none is added.
+/// whatever case, or no encoding, is left as it is, and none is added. One that could not be read
+/// back, because a value holds a quote, becomes a plain one. An instruction at the head
+/// whose name only begins like that of the declaration counts too: the parser takes its word.
 void declareUtf8(QDomDocument& document);
 
 } // namespace pos

@@ -67,6 +67,22 @@ void checkText(QDomDocument& document)
     requireSameText(document, text);
 }
 
+/// The totals count every goal, and none twice.
+void checkMetrics(const std::string& path, const QDomDocument& document)
+{
+    pos::metrics_t metrics;
+    require(pos::getMetrics(path, metrics));
+    std::uint32_t goals = 0;
+    pos::everyGoal(document, [&](const QDomElement&) {
+        ++goals;
+        return true;
+    });
+    require(metrics.total == goals);
+    require(metrics.unproved + metrics.proved + metrics.unreliablyProved + metrics.disproved <=
+            goals);
+    require(metrics.provedByProver <= goals && metrics.provedExternally <= goals);
+}
+
 void checkFile(const std::string& path)
 {
     std::list<std::string> names;
@@ -78,6 +94,9 @@ void checkFile(const std::string& path)
     });
     QDomDocument document;
     require(readXmlFile(QString::fromStdString(path), document));
+    run([&] {
+        checkMetrics(path, document);
+    });
     checkText(document);
     run([&] {
         pos::checkPosInvariant(document);

@@ -25,9 +25,26 @@ void check()
     }
 }
 
+/// Every resource is found by its names, as C texts.
+void lookUpAll()
+{
+    for (const T_resource_tool* tool = get_resource_manager()->first_tool(); tool != nullptr;
+         tool = tool->next_tool()) {
+        for (const T_resource_ident* at = tool->first_ident(); at; at = at->next_ident()) {
+            if (lookup_resource(tool->get_name(), at->get_name()) != at->get_value()) {
+                dprintf(STDERR_FILENO, "a resource is not found by its names\n");
+                std::abort();
+            }
+        }
+    }
+    lookup_resource(nullptr, nullptr);
+    lookup_resource(nullptr, "K");
+}
+
 /// Sets and deletes resources that the input may have defined, and looks at each step.
 void useInterface(FILE* sink)
 {
+    lookUpAll();
     const T_resource_tool* const tool = resource_manager->first_tool();
     const T_resource_ident* const ident = tool ? tool->first_ident() : nullptr;
     const std::string toolName = tool ? tool->get_name() : "T";
@@ -38,6 +55,7 @@ void useInterface(FILE* sink)
     check();
     print_resources(sink);
     save_resources();
+    lookUpAll();
     delete_explicit_resources();
     check();
     set_resource(toolName.c_str(), "K", "value");
@@ -47,6 +65,7 @@ void useInterface(FILE* sink)
     delete_user_resources();
     check();
     delete_all_resources();
+    set_resource(nullptr, "K", "value");
     delete_ormalin_resources();
     check();
 }
