@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <iostream>
 #include <mutex>
+#include <new>
 #include <poll.h>
 #include <system_error>
 #include <thread>
@@ -45,8 +46,12 @@ void flushReport()
     });
     ::alarm(STOP_LIMIT);
     const std::lock_guard<std::mutex> lock(directorMutex);
-    if (director != nullptr) {
-        director->stop();
+    try {
+        if (director != nullptr) {
+            director->stop();
+        }
+    } catch (const std::bad_alloc&) {
+        std::fputs("mechrun: out of memory while stopping\n", stderr);
     }
     flushReport();
     // Under the lock, and without static destructors: the other threads still run.

@@ -11,11 +11,14 @@
 
 #include <QHash>
 
+#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <list>
+#include <new>
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 namespace
@@ -75,16 +78,9 @@ void openStandardStreams()
     }
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+/// The run after the set-up; the exit status.
+int run(int argc, char** argv)
 {
-    openStandardStreams();
-    installTermination();
-    // Before the first hash is made: the order of attributes in a saved file follows from it.
-    qSetGlobalQHashSeed(0);
-    useUtf8Everywhere();
-    init_resource_manager();
     const Options options = readOptions(argc, argv);
     const std::string component = baseNameOfPath(options.posPath);
     if (options.xml) {
@@ -98,4 +94,24 @@ int main(int argc, char** argv)
     }
     print_metrics(options.posPath, options.xml, component);
     return EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    openStandardStreams();
+    installTermination();
+    // Each worker would take address space for a heap of its own, which hundreds of them exhaust.
+    mallopt(M_ARENA_MAX, 2);
+    // Before the first hash is made: the order of attributes in a saved file follows from it.
+    qSetGlobalQHashSeed(0);
+    useUtf8Everywhere();
+    init_resource_manager();
+    try {
+        return run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        std::fputs("mechrun: out of memory\n", stderr);
+        return EXIT_FAILURE;
+    }
 }

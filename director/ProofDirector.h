@@ -196,6 +196,8 @@ private:
 
     // ProofDirector_write.cpp and ProofDirector_prove.cpp
     void addError(const QString& message);
+    static void attempt(const std::function<void()>& job);
+    bool takeJob(bool write, std::size_t& index);
     void runJobs(bool write, bool prove);
     void traceWriting(std::size_t index) const;
     void traceProving(std::size_t index) const;

@@ -74,8 +74,10 @@ void ProofDirector::playDriver(std::size_t index)
     prepareDriver(index);
     if (concurrency == 1) {
         for (std::size_t i = 0; i < writerData.size() && !processes->isClosed(); ++i) {
-            writeEntry(i);
-            proveEntry(i);
+            attempt([&] {
+                writeEntry(i);
+                proveEntry(i);
+            });
         }
     } else {
         runWorkers();
@@ -110,6 +112,7 @@ void ProofDirector::runWorkers()
 {
     std::vector<std::thread> workers;
     try {
+        workers.reserve(concurrency);
         for (unsigned int i = 0; i < concurrency; ++i) {
             workers.emplace_back(&ProofDirector::writeAndProveJob, this);
         }

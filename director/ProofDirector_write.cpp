@@ -8,12 +8,17 @@
 #include "director/ChildProcess.h"
 #include "director/ProofDirector_p.h"
 
+#include <new>
 #include <sstream>
 #include <sys/stat.h>
 #include <thread>
 
 namespace
 {
+
+/// Made at the start: there is no room to make it when it is needed.
+const std::string OUT_OF_MEMORY =
+    LOG_PREFIX + std::string("Out of memory: the results of a job are lost.\n");
 
 bool isThere(const QString& file)
 {
@@ -66,29 +71,47 @@ void ProofDirector::traceWriting(std::size_t index) const
     }
 }
 
+/// Runs `job`. One that memory does not suffice for is lost like one whose tools fail, and the
+/// others go on; what it had merged by then is in the next save.
+void ProofDirector::attempt(const std::function<void()>& job)
+{
+    try {
+        job();
+    } catch (const std::bad_alloc&) {
+        writeLog(OUT_OF_MEMORY);
+    }
+}
+
+/// Takes the next job, if there is one, for the calling worker.
+bool ProofDirector::takeJob(bool write, std::size_t& index)
+{
+    const std::lock_guard<std::mutex> lock(entryMutex);
+    if (nextEntry >= (write ? writerData.size() : proverData.size())) {
+        return false;
+    }
+    index = nextEntry++;
+    write ? traceWriting(index) : traceProving(index);
+    return true;
+}
+
 /// The worker bodies: takes jobs, each by one thread and in increasing order, until none is left.
 void ProofDirector::runJobs(bool write, bool prove)
 {
-    const std::size_t count = write ? writerData.size() : proverData.size();
-    while (!processes->isClosed()) {
-        std::size_t index = 0;
-        {
-            const std::lock_guard<std::mutex> lock(entryMutex);
-            if (nextEntry >= count) {
-                return;
+    bool more = true;
+    while (more && !processes->isClosed()) {
+        attempt([&] {
+            std::size_t index = 0;
+            more = takeJob(write, index);
+            if (more && write) {
+                writeEntry(index);
             }
-            index = nextEntry++;
-            write ? traceWriting(index) : traceProving(index);
-        }
-        if (write) {
-            writeEntry(index);
-        }
-        if (prove) {
-            if (write) {
+            if (more && write && prove) {
                 traceProving(index);
             }
-            proveEntry(index);
-        }
+            if (more && prove) {
+                proveEntry(index);
+            }
+        });
     }
 }
 

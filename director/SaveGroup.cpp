@@ -1,5 +1,7 @@
 #include "director/SaveGroup.h"
 
+#include <exception>
+
 SaveGroup::Ticket SaveGroup::join()
 {
     const std::lock_guard<std::mutex> lock(mutex);
@@ -21,12 +23,21 @@ bool SaveGroup::wait(const Ticket& ticket, const std::function<bool()>& save)
         busy = true;
         next.reset();
         lock.unlock();
-        const bool succeeded = save();
+        bool succeeded = false;
+        std::exception_ptr failure;
+        try {
+            succeeded = save();
+        } catch (...) {
+            failure = std::current_exception();
+        }
         lock.lock();
         busy = false;
         ticket->succeeded = succeeded;
         ticket->done = true;
         ended.notify_all();
+        if (failure) {
+            std::rethrow_exception(failure);
+        }
     }
     return ticket->succeeded;
 }

@@ -27,7 +27,8 @@ public:
     Ticket join();
 
     /// Returns, once the save of `ticket` has ended, whether it succeeded. The caller may be the
-    /// one who runs `save`; it must take its data from within that call.
+    /// one who runs `save`; it must take its data from within that call. What `save` throws reaches
+    /// the one who ran it, and the save has failed for the others.
     bool wait(const Ticket& ticket, const std::function<bool()>& save);
 
 private:

@@ -20,6 +20,24 @@ namespace pos
 namespace
 {
 
+/// Does something at the end of a scope, also when memory runs out in between: the tree must not
+/// stay the way it is rearranged here.
+template <typename Action>
+class finally_t
+{
+public:
+    explicit finally_t(Action last) : action(last) {}
+    ~finally_t()
+    {
+        action();
+    }
+    finally_t(const finally_t&) = delete;
+    finally_t& operator=(const finally_t&) = delete;
+
+private:
+    Action action;
+};
+
 /// What stands before and after the children of the document element.
 struct frame_t {
     QString head;
@@ -37,12 +55,14 @@ frame_t frameAround(QDomDocument& document, bool text)
     const auto textAround = [&](const QString& mark) {
         const QDomNode node = text ? root.appendChild(document.createTextNode(mark))
                                    : root.appendChild(document.createEntityReference(mark));
+        const finally_t restored([&] {
+            root.removeChild(node);
+        });
         QString result;
         QTextStream stream(&result);
         document.save(stream, XML_INDENT);
         codec = stream.codec();
         stream.flush();
-        root.removeChild(node);
         return result;
     };
     // The mark is where two texts differ: any text that one could search for might stand in a
@@ -63,6 +83,9 @@ frame_t frameOf(QDomDocument& document)
     const bool textFirst = root.firstChild().isText();
     const bool textLast = root.lastChild().isText();
     QDomDocumentFragment children = document.createDocumentFragment();
+    const finally_t restored([&] {
+        root.appendChild(children);
+    });
     while (root.hasChildNodes()) {
         children.appendChild(root.firstChild());
     }
@@ -70,7 +93,6 @@ frame_t frameOf(QDomDocument& document)
     if (textLast != textFirst) {
         frame.tail = frameAround(document, textLast).tail;
     }
-    root.appendChild(children);
     return frame;
 }
 
@@ -116,11 +138,10 @@ void DocumentText::renew()
 {
     texts.clear();
     obligations.clear();
-    outdated.clear();
-    allOutdated = false;
     const QDomElement root = document.documentElement();
     if (!root.hasChildNodes()) {
         texts.push_back(document.toByteArray(XML_INDENT));
+        allOutdated = false;
         return;
     }
     const frame_t frame = frameOf(document);
@@ -133,6 +154,8 @@ void DocumentText::renew()
         texts.push_back(textOf(child));
     }
     texts.push_back(frame.tail.toUtf8());
+    outdated.clear();
+    allOutdated = false; // only now: a text cut short for want of memory is no text
 }
 
 QByteArray DocumentText::textOf(const QDomNode& node) const
