@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -15,11 +16,12 @@ TEST(SaveGroupTest, WhoJoinsDuringASaveIsServedByOneSaveAfterIt)
     std::promise<void> begun;
     std::promise<void> release;
     std::thread first([&] {
-        EXPECT_TRUE(group.wait(group.join(), [&] {
+        const auto save = [&]() -> bool {
             begun.set_value();
             release.get_future().wait();
-            return true;
-        }));
+            throw std::bad_alloc(); // must not keep the others waiting
+        };
+        EXPECT_THROW(group.wait(group.join(), save), std::bad_alloc);
     });
     begun.get_future().wait();
 
