@@ -6,6 +6,7 @@
 #include "app/LogLine.h"
 #include "app/Utils.h"
 #include "director/ChildProcess.h"
+#include "director/OldContent.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
 #include "director/SyncPace.h"
@@ -23,7 +24,8 @@ ProofDirector::ProofDirector(const std::string& componentName, const std::string
       pog(QString::fromStdString(pogPath)), dir(QString::fromStdString(directory)), xml(xmlReport),
       concurrency(workers), trace(traceLevel), fastOnly(onlyFast), component(componentName),
       processes(std::make_unique<ChildList>()), text(std::make_unique<pos::DocumentText>()),
-      saves(std::make_unique<SaveGroup>()), pace(std::make_unique<SyncPace>())
+      saves(std::make_unique<SaveGroup>()), pace(std::make_unique<SyncPace>()),
+      oldContent(std::make_unique<OldContent>())
 {
     useUtf8Everywhere();
     loaded = mechanism::ofFile(QString::fromStdString(mechanismFile), mechanism);

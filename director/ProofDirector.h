@@ -38,6 +38,7 @@
 #include <vector>
 
 class ChildList;
+class OldContent;
 class SaveGroup;
 class SyncPace;
 
@@ -275,8 +276,10 @@ private:
     /// Who waits for the next save; has a lock of its own.
     std::unique_ptr<SaveGroup> saves;
 
-    /// When a save is synced. Used by the one thread that carries out a save.
+    /// When a save is synced, and what becomes of the content that it replaced. Used by the one
+    /// thread that carries out a save.
     std::unique_ptr<SyncPace> pace;
+    std::unique_ptr<OldContent> oldContent;
 
     bool stopped = false; ///< no verdict is merged any more; guarded by `domMutex`
 };

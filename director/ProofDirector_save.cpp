@@ -7,6 +7,7 @@
 #include "director/ProofDirector.h"
 
 #include "app/LogLine.h"
+#include "director/OldContent.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
 #include "director/SyncPace.h"
@@ -52,8 +53,10 @@ bool ProofDirector::saveDocument(bool report)
     }
     const SyncPace::Clock::time_point begin = SyncPace::Clock::now();
     const bool synced = last || pace->isDue(begin);
+    oldContent->keep(pos);
     const bool saved = pos::replaceFile(pos, pieces, synced);
     const int reason = errno;
+    oldContent->release();
     if (synced) {
         pace->synced(begin, SyncPace::Clock::now());
     }
