@@ -160,7 +160,7 @@ bool ProofDirector::reloadPosFile()
     unprovedCount = 0;
     const QString name = QString::fromStdString(mechanism.name);
     const QStringList verdicts = {pos::ATTR_VALUE_PROVED, pos::ATTR_VALUE_DISPROVED};
-    return appendObligations([&](QDomElement& goal, po_data_t& record) {
+    return appendObligations([&](const QDomElement& goal, po_data_t& record) {
         const bool unproved = statusWordOf(goal) == pos::ATTR_VALUE_UNPROVED;
         unprovedCount += unproved ? 1 : 0;
         const QDomElement entry = mechanismOf(goal, name);

@@ -95,11 +95,13 @@ public:
         root = name;
         const std::string tools = "<writer path=\"/bin/sh\"/><prover path=\"/bin/sh\"/>"
                                   "<reader path=\"/bin/sh\"/></driver>";
+        const std::string drivers = "<driver name=\"d\" group=\"full\">" + tools +
+                                    "<driver name=\"e\" group=\"full\">" + tools;
         for (const std::string trust : TRUSTS) {
             fs::create_directory(root / trust);
-            write(mechanism(trust),
-                  "<mechanism trust=\"" + trust + "\"><driver name=\"d\" group=\"full\">" + tools +
-                      "<driver name=\"e\" group=\"full\">" + tools + "</mechanism>");
+            std::ostringstream text;
+            text << "<mechanism trust=\"" << trust << "\">" << drivers << "</mechanism>";
+            write(mechanism(trust), text.str());
         }
     }
     ~Folder()
@@ -156,7 +158,7 @@ std::string saved(const Folder& folder, ProofDirector& director)
     const std::string before = contentOf(folder.pos());
     const bool done = director.savePosFile();
     require(done == Access::hasRoot(director), "saved without a root, or not saved with one");
-    const std::string after = contentOf(folder.pos());
+    std::string after = contentOf(folder.pos());
     require(after == (done ? Access::text(director).toStdString() : before),
             "the file is not the document, or has changed without a save");
     return after;
