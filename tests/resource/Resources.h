@@ -1,6 +1,6 @@
 #pragma once
 
-// A manager of its own for each test, with files in a directory that is also HOME.
+// A manager of its own for each test, in a directory of its own that is also HOME.
 
 #include "resource/p_api.h"
 #include "tests/resource/ResourceChecker.h"
@@ -9,15 +9,21 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <string>
+
+constexpr T_resource_source W = RESOURCE_SOURCE_ORMALIN;
+constexpr T_resource_source U = RESOURCE_SOURCE_USER;
+constexpr T_resource_source E = RESOURCE_SOURCE_EXPLICIT;
 
 class Resources : public testing::Test
 {
 protected:
     Resources()
     {
-        setenv("HOME", dir.path().c_str(), 1);
+        std::filesystem::current_path(dir.path());
+        setenv("HOME", ".", 1);
         init_resource_manager();
     }
     ~Resources() override
@@ -26,58 +32,45 @@ protected:
         resource_manager = nullptr;
     }
 
-    void check() const
+    static void check()
     {
         EXPECT_EQ(test::ResourceChecker::faultOf(*resource_manager), "");
     }
 
-    /// What `action` writes to standard error.
-    static std::string messages(const std::function<void()>& action)
+    /// Loads a file of that name with that text.
+    void load(T_resource_source source, const std::string& text, const char* name = "file") const
     {
+        dir.write(name, text);
+        const char* paths[] = {nullptr, nullptr, nullptr};
+        paths[source] = name;
+        load_resources(paths[W], paths[U], paths[E]);
+        check();
+    }
+
+    /// What `action` writes: standard error, then standard output.
+    static std::string printed(const std::function<void()>& action)
+    {
+        testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
         action();
-        return testing::internal::GetCapturedStderr();
+        const std::string errors = testing::internal::GetCapturedStderr();
+        return errors + testing::internal::GetCapturedStdout();
+    }
+    static void dump()
+    {
+        print_resources(stdout);
     }
 
-    void loadWorkbench(const std::string& text) const
-    {
-        load_resources(dir.write("workbench", text).c_str(), nullptr, nullptr);
-        check();
-    }
-    void loadUser(const std::string& text) const
-    {
-        load_resources(nullptr, dir.write("user", text).c_str(), nullptr);
-        check();
-    }
-    void loadExplicit(const std::string& text, const std::string& name = "explicit") const
-    {
-        load_resources(nullptr, nullptr, dir.write(name, text).c_str());
-        check();
-    }
-
-    /// All resources, as print_resources writes them.
-    static std::string dump()
-    {
-        char* text = nullptr;
-        std::size_t size = 0;
-        FILE* const stream = open_memstream(&text, &size);
-        print_resources(stream);
-        std::fclose(stream);
-        std::string result(text, size);
-        std::free(text);
-        return result;
-    }
-
-    /// The lines of a loaded file; "-" when there is no such file.
-    static std::string linesOf(T_resource_source source)
+    /// The lines of a loaded file: the name of the resource, or the text when a line defines none.
+    static std::string shapeOf(T_resource_source source)
     {
         const T_resource_file* const file = resource_manager->get_file(source);
-        std::string result = file ? "" : "-";
-        const T_resource_line* line = file ? file->first_line() : nullptr;
-        for (; line != nullptr; line = line->next_line()) {
-            result += std::string(line->get_value().get_text()) + "\n";
+        std::string shape = file ? "" : "none";
+        for (auto* line = file ? file->first_line() : nullptr; line; line = line->next_line()) {
+            shape +=
+                line->get_ident() ? line->get_ident()->get_name() : line->get_value().get_text();
         }
-        return result;
+        return shape;
     }
 
     test::TempDir dir;

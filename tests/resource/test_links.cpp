@@ -1,108 +1,49 @@
 #include "tests/resource/Resources.h"
 
-#include <random>
-
 namespace
 {
 
-constexpr T_resource_source W = RESOURCE_SOURCE_ORMALIN;
-constexpr T_resource_source U = RESOURCE_SOURCE_USER;
-
-T_resource_file* file(T_resource_source source)
+/// Deletes one thing: "W" a file, "W2" one of its lines, "!" the comment that its last line holds,
+/// "-K" a resource, "-" its tool.
+void erase(const std::string& what)
 {
-    return resource_manager->get_file(source);
-}
-
-/// The resource of each line, or its text when it defines none; "-" when there is no such file.
-std::string shapeOf(T_resource_source source)
-{
-    std::string shape = file(source) ? "" : "-";
-    const T_resource_line* line = file(source) ? file(source)->first_line() : nullptr;
-    for (; line != nullptr; line = line->next_line()) {
-        shape += line->get_ident() ? line->get_ident()->get_name() : line->get_value().get_text();
+    const auto source = what[0] == 'W' ? W : U;
+    if (what == "-") {
+        delete_tool_resources("T");
+    } else if (what[0] == '-') {
+        delete_resource("T", what.c_str() + 1);
+    } else if (what == "!") {
+        delete resource_manager->get_file(W)->last_line()->get_item();
+    } else if (what.size() == 1) {
+        resource_manager->delete_file(source);
+    } else {
+        resource_manager->get_file(source)->delete_line(std::uint32_t(what[1] - '0'));
     }
-    return shape;
-}
-
-std::string namesOfResources()
-{
-    std::string names;
-    for (auto* tool = resource_manager->first_tool(); tool; tool = tool->next_tool()) {
-        for (auto* ident = tool->first_ident(); ident; ident = ident->next_ident()) {
-            names += ident->get_name();
-        }
-    }
-    return names;
-}
-
-std::function<void()> deletesLine(T_resource_source source, std::uint32_t n)
-{
-    return [=] {
-        file(source)->delete_line(n);
-    };
-}
-
-std::function<void()> deletes(const char* resource)
-{
-    return [=] {
-        delete_resource("T", resource);
-    };
 }
 
 struct DeletionRow {
     const char* label;
-    std::function<void()> action;
+    std::vector<std::string> removed;
     const char* workbench; ///< the shapes that are left
     const char* user;
-    const char* resources;
 };
 
 const DeletionRow DELETIONS[] = {
-    {"nothing", [] {}, "!aAAAB!m!end", "!cCM", "AMCB"},
-    {"first line of a definition", deletesLine(W, 2), "B!m!end", "!cCM", "MCB"},
-    {"middle line of a definition", deletesLine(W, 3), "B!m!end", "!cCM", "MCB"},
-    {"last line of a definition", deletesLine(W, 4), "B!m!end", "!cCM", "MCB"},
-    {"resource", deletes("A"), "B!m!end", "!cCM", "MCB"},
-    {"line of a comment", deletesLine(W, 1), "AAAB!m!end", "!cCM", "AMCB"},
-    {"comment, then its resource",
-     [] {
-         file(W)->delete_line(1);
-         delete_resource("T", "A");
-     },
-     "B!m!end", "!cCM", "MCB"},
-    {"comment without resource",
-     [] {
-         delete file(W)->get_line(8)->get_item();
-     },
-     "!aAAAB!m", "!cCM", "AMCB"},
-    {"line of a comment without resource", deletesLine(W, 8), "!aAAAB!m", "!cCM", "AMCB"},
-    {"resource with its comment in another file", deletes("M"), "!aAAAB!end", "!cC", "ACB"},
-    {"line of it", deletesLine(U, 3), "!aAAAB!end", "!cC", "ACB"},
-    {"line right below its comment", deletesLine(U, 2), "!aAAAB!m!end", "M", "AMB"},
-    {"file of the comment, then the resource",
-     [] {
-         delete_ormalin_resources();
-         delete_resource("T", "M");
-     },
-     "-", "!cC", "C"},
-    {"file of the resource", delete_user_resources, "!aAAAB!end", "-", "AB"},
-    {"tool across files",
-     [] {
-         delete_tool_resources("T");
-     },
-     "B!end", "", "B"},
-    {"first tool",
-     [] {
-         delete_tool_resources(nullptr);
-     },
-     "B!end", "", "B"},
-    {"first of two tools of one name",
-     [] {
-         resource_manager->set_tool("T")->set_resource("X", "x", nullptr);
-         delete_tool_resources("T");
-     },
-     "B!end", "X", "BX"},
-    {"all tools", delete_all_resources, "!end", "", ""},
+    {"nothing", {}, " !aAAAB!m!end", "!cCM"},
+    {"first line of a definition", {"W2"}, "B!m!end", "!cCM"},
+    {"middle line of it", {"W3"}, "B!m!end", "!cCM"},
+    {"last line of it", {"W4"}, "B!m!end", "!cCM"},
+    {"resource", {"-A"}, "B!m!end", "!cCM"},
+    {"line of a comment", {"W1"}, "AAAB!m!end", "!cCM"},
+    {"line of a comment, then its resource", {"W1", "-A"}, "B!m!end", "!cCM"},
+    {"first line from a number on, a comment without resource", {"W7"}, " !aAAAB!m", "!cCM"},
+    {"comment without resource", {"!"}, " !aAAAB!m", "!cCM"},
+    {"resource with its comment in another file", {"-M"}, " !aAAAB!end", "!cC"},
+    {"line of that resource", {"U3"}, " !aAAAB!end", "!cC"},
+    {"file of that comment, then the resource", {"W", "-M"}, "none", "!cC"},
+    {"line right below its comment", {"U2"}, " !aAAAB!m!end", "M"},
+    {"file of the resource", {"U"}, " !aAAAB!end", "none"},
+    {"tool across files", {"-"}, "B!end", ""},
 };
 
 } // namespace
@@ -114,78 +55,23 @@ TEST_F(Resources, WhateverGoesFirstTakesItsDependantsAlong)
         delete resource_manager;
         resource_manager = new T_resource_manager;
         // M moves to the user's file, its comment stays behind: line 7 is missing then.
-        loadWorkbench("!a\nORN*T*A: \\\n\\\na\nORN*S*B: b\n!m\nORN*T*M: 1\n!end\n");
-        loadUser("!c\nORN*T*C: c\n");
+        load(W, " !a\nORN*T*A: \\\n\\\na\nORN*S*B: b\n!m\nORN*T*M: 1\n!end\n");
+        load(U, "!c\nORN*T*C: c\n");
         set_resource("T", "M", "2");
-        row.action();
-        check();
+        for (const std::string& what : row.removed) {
+            erase(what);
+            check();
+        }
         EXPECT_EQ(shapeOf(W), row.workbench);
         EXPECT_EQ(shapeOf(U), row.user);
-        EXPECT_EQ(namesOfResources(), row.resources);
     }
 }
 
-TEST_F(Resources, LinksHoldThroughAnyMixOfOperations)
+TEST_F(Resources, OfTwoToolsOfOneNameTheFirstIsMeant)
 {
-    std::mt19937 random(20);
-    const auto below = [&](unsigned n) {
-        return static_cast<unsigned>(random() % n);
-    };
-    const auto tool = [&] {
-        return std::string(1, static_cast<char>('S' + below(3)));
-    };
-    const auto name = [&] {
-        return std::string(1, static_cast<char>('A' + below(5)));
-    };
-    const auto text = [&] {
-        std::string lines;
-        for (unsigned left = below(14); left > 0; --left) {
-            const char* const values[] = {"v", "\\\nw", "\\\n\\\n x", "", "\\"};
-            lines += below(3) == 0 ? "! c\n" : "ORN*" + tool() + "*" + name() + ": ";
-            lines += lines.back() == '\n' ? "" : values[below(5)] + std::string("\n");
-        }
-        return lines;
-    };
-    const std::function<void()> operations[] = {
-        [&] {
-            loadWorkbench(text());
-        },
-        [&] {
-            loadUser(text());
-        },
-        [&] {
-            loadExplicit(text());
-        },
-        [&] {
-            set_resource(tool().c_str(), name().c_str(), "set");
-        },
-        [&] {
-            set_resource(tool().c_str(), name().c_str(), "set");
-        },
-        [&] {
-            delete_resource(tool().c_str(), name().c_str());
-        },
-        [&] {
-            delete_tool_resources(tool().c_str());
-        },
-        [&] {
-            T_resource_file* const any = file(static_cast<T_resource_source>(below(3)));
-            if (any != nullptr) {
-                any->delete_line(below(12));
-            }
-        },
-        [&] {
-            resource_manager->delete_file(static_cast<T_resource_source>(below(3)));
-        },
-        [&] {
-            resource_manager->set_tool(tool().c_str());
-        },
-    };
-    messages([&] {
-        for (int step = 0; step < 5000 && !HasFailure(); ++step) {
-            SCOPED_TRACE(step);
-            operations[below(std::size(operations))]();
-            check();
-        }
-    });
+    load(U, "ORN*T*K: 1\n");
+    resource_manager->set_tool("T")->set_resource("K", "2", nullptr);
+    EXPECT_STREQ(lookup_resource("T", "K"), "1");
+    erase("-");
+    EXPECT_STREQ(lookup_resource("T", "K"), "2");
 }
