@@ -1,9 +1,28 @@
 #include "director/OldContent.h"
 
-#include <system_error>
+#include <exception>
 
 #include <fcntl.h>
 #include <unistd.h>
+
+namespace
+{
+
+constexpr std::size_t MOST_WAITING = 4;
+
+} // namespace
+
+OldContent::~OldContent()
+{
+    if (worker.joinable()) {
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            ending = true;
+        }
+        changed.notify_one();
+        worker.join();
+    }
+}
 
 void OldContent::keep(const QString& path)
 {
@@ -12,16 +31,43 @@ void OldContent::keep(const QString& path)
 
 void OldContent::release()
 {
-    if (kept < 0) {
-        return;
+    if (kept >= 0 && !hand(kept)) {
+        ::close(kept);
     }
-    const auto free = [fd = kept] {
-        ::close(fd);
-    };
     kept = -1;
+}
+
+/// Hands `fd` to the worker; false when there is none to be had, or when it is behind.
+bool OldContent::hand(int fd)
+{
     try {
-        releases[next++ % releases.size()] = std::async(std::launch::async, free);
-    } catch (const std::system_error&) {
-        free(); // no thread to be had
+        if (!worker.joinable()) {
+            worker = std::thread(&OldContent::work, this);
+        }
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (released.size() >= MOST_WAITING) {
+            return false;
+        }
+        released.push_back(fd);
+    } catch (const std::exception&) {
+        return false; // no thread or no memory
+    }
+    changed.notify_one();
+    return true;
+}
+
+void OldContent::work()
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    while (!released.empty() || !ending) {
+        if (released.empty()) {
+            changed.wait(lock);
+            continue;
+        }
+        const int fd = released.front();
+        released.pop_front();
+        lock.unlock();
+        ::close(fd);
+        lock.lock();
     }
 }
