@@ -19,7 +19,7 @@ OldContent::~OldContent()
             const std::lock_guard<std::mutex> lock(mutex);
             ending = true;
         }
-        changed.notify_one();
+        changed.notify_all();
         worker.join();
     }
 }
@@ -37,6 +37,16 @@ void OldContent::release()
     kept = -1;
 }
 
+bool OldContent::freeAll()
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    const bool some = !released.empty();
+    changed.wait(lock, [this] {
+        return released.empty();
+    });
+    return some;
+}
+
 /// Hands `fd` to the worker; false when there is none to be had, or when it is behind.
 bool OldContent::hand(int fd)
 {
@@ -52,7 +62,7 @@ bool OldContent::hand(int fd)
     } catch (const std::exception&) {
         return false; // no thread or no memory
     }
-    changed.notify_one();
+    changed.notify_all();
     return true;
 }
 
@@ -65,9 +75,10 @@ void OldContent::work()
             continue;
         }
         const int fd = released.front();
-        released.pop_front();
         lock.unlock();
         ::close(fd);
         lock.lock();
+        released.pop_front();
+        changed.notify_all();
     }
 }

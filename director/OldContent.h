@@ -29,6 +29,10 @@ public:
     /// Gives up what was kept.
     void release();
 
+    /// Waits until all that was given up is free; returns whether there was any. After a write that
+    /// found the disk full another one may find room then.
+    bool freeAll();
+
 private:
     bool hand(int fd);
     void work();
@@ -39,6 +43,6 @@ private:
     std::mutex mutex;
     std::condition_variable changed;
     // Guarded by `mutex`.
-    std::deque<int> released; ///< still to be closed, by the worker
+    std::deque<int> released; ///< given up and not yet free; the worker closes the first
     bool ending = false;
 };

@@ -190,6 +190,7 @@ private:
 
     // ProofDirector_save.cpp
     bool saveDocument(bool report);
+    bool replacePosFile(const std::vector<QByteArray>& pieces, bool last, int& reason);
 
     // ProofDirector_select.cpp
     writer_data_t writerRun(const QString& file, const QStringList& goalWords,

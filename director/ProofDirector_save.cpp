@@ -31,6 +31,26 @@ bool ProofDirector::savePosFile()
     });
 }
 
+/// Replaces the content of the POS file by `pieces`, and has that synced when it is the `last` time
+/// or when it is due. On failure `reason` is what errno says of it.
+bool ProofDirector::replacePosFile(const std::vector<QByteArray>& pieces, bool last, int& reason)
+{
+    const SyncPace::Clock::time_point begin = SyncPace::Clock::now();
+    const bool synced = last || pace->isDue(begin);
+    oldContent->keep(pos);
+    bool saved = pos::replaceFile(pos, pieces, synced);
+    reason = errno;
+    if (!saved && (reason == ENOSPC || reason == EDQUOT) && oldContent->freeAll()) {
+        saved = pos::replaceFile(pos, pieces, synced);
+        reason = errno;
+    }
+    oldContent->release();
+    if (synced) {
+        pace->synced(begin, SyncPace::Clock::now());
+    }
+    return saved;
+}
+
 /// Writes the document as it stands. Called by the one thread that carries out a save. With
 /// `report`, a document that could not be written is said on the log stream; that there is no
 /// document to write is not.
@@ -51,16 +71,8 @@ bool ProofDirector::saveDocument(bool report)
         pieces = text->pieces();
         last = stopped;
     }
-    const SyncPace::Clock::time_point begin = SyncPace::Clock::now();
-    const bool synced = last || pace->isDue(begin);
-    oldContent->keep(pos);
-    const bool saved = pos::replaceFile(pos, pieces, synced);
-    const int reason = errno;
-    oldContent->release();
-    if (synced) {
-        pace->synced(begin, SyncPace::Clock::now());
-    }
-    if (saved) {
+    int reason = 0;
+    if (replacePosFile(pieces, last, reason)) {
         return true;
     }
     if (report) {
