@@ -184,9 +184,10 @@ void declareUtf8(QDomDocument& document)
         declaration.setData(QStringLiteral("version='1.0' encoding='UTF-8'"));
         return;
     }
-    // As the parser looks for it: the first quoted text after the word, wherever that stands.
+    // As the parser looks for it: what follows the first quote after the word, wherever that
+    // stands, and whether or not the quote is ever closed.
     static const QRegularExpression encoding(
-        QStringLiteral("^[^>]*?encoding[^\"'>]*[\"']([^\"'>]*)[\"']"));
+        QStringLiteral("^[^>]*?encoding[^\"'>]*[\"']([^\"'>]*)"));
     const QString before = declaration.target() + QLatin1Char(' ');
     QString text = before + declaration.data();
     const QRegularExpressionMatch match = encoding.match(text);
