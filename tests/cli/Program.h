@@ -1,14 +1,12 @@
 #pragma once
 
-// The real program, run in a directory of its own.
+// The real program, run in a directory of its own, in the poorest locale.
 
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fcntl.h>
-#include <map>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,44 +19,42 @@ struct Outcome {
 class Program : public testing::Test
 {
 protected:
-    /// Starts the program in the test's directory, with the three standard streams only; its output
-    /// goes to the files "out" and "err".
-    pid_t start(const std::vector<std::string>& arguments)
+    /// Starts the program, with the three standard streams only, on words separated by blanks; its
+    /// output goes to the files "out" and "err" of the test's directory.
+    pid_t start(const std::string& commandLine)
     {
         const pid_t child = ::fork();
         if (child == 0) {
-            std::vector<char*> words = {const_cast<char*>("mechrun")};
-            for (const std::string& argument : arguments) {
-                words.push_back(const_cast<char*>(argument.c_str()));
+            std::istringstream words("mechrun " + commandLine);
+            std::vector<char*> arguments;
+            for (std::string word; words >> word;) {
+                arguments.push_back(::strdup(word.c_str()));
             }
-            words.push_back(nullptr);
-            for (const auto& [name, value] : environment) {
-                ::setenv(name.c_str(), value.c_str(), 1);
-            }
+            arguments.push_back(nullptr);
+            ::setenv("LC_ALL", "C", 1);
             ::close_range(3, ~0U, 0); // whatever the test runner left open
             const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
             if (::chdir(dir.path().c_str()) == 0 && ::dup2(::open("out", flags, 0600), 1) == 1 &&
                 ::dup2(::open("err", flags, 0600), 2) == 2) {
-                ::execv(MECHRUN_BINARY, words.data());
+                ::execv(MECHRUN_BINARY, arguments.data());
             }
             ::_exit(127);
         }
         return child;
     }
 
-    Outcome finish(pid_t child)
+    static int statusOf(pid_t child)
     {
         int status = 0;
         ::waitpid(child, &status, 0);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status),
-                test::contentOf(dir.path("out")), test::contentOf(dir.path("err"))};
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     }
 
-    Outcome run(const std::vector<std::string>& arguments)
+    Outcome run(const std::string& commandLine)
     {
-        return finish(start(arguments));
+        const int status = statusOf(start(commandLine));
+        return {status, test::contentOf(dir.path("out")), test::contentOf(dir.path("err"))};
     }
 
     test::TempDir dir;
-    std::map<std::string, std::string> environment;
 };

@@ -27,10 +27,12 @@ TEST(SaveGroupTest, WhoJoinsDuringASaveIsServedByOneSaveAfterIt)
 
     int saves = 0; // only ever changed by the one save that runs
     std::vector<SaveGroup::Ticket> tickets;
+    tickets.reserve(3);
     for (int i = 0; i < 3; ++i) {
         tickets.push_back(group.join());
     }
     std::vector<std::thread> others;
+    others.reserve(tickets.size());
     for (const SaveGroup::Ticket& ticket : tickets) {
         others.emplace_back([&group, &saves, ticket] {
             EXPECT_FALSE(group.wait(ticket, [&saves] {

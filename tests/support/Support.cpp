@@ -35,7 +35,7 @@ std::string TempDir::path(const std::string& name) const
 
 std::string TempDir::write(const std::string& name, const std::string& text) const
 {
-    const std::string file = path(name);
+    std::string file = path(name);
     std::filesystem::create_directories(std::filesystem::path(file).parent_path());
     std::ofstream(file, std::ios::binary) << text;
     return file;
@@ -43,24 +43,9 @@ std::string TempDir::write(const std::string& name, const std::string& text) con
 
 std::string TempDir::script(const std::string& name, const std::string& body) const
 {
-    const std::string file = write(name, "#!/bin/sh\n" + body + "\n");
+    std::string file = write(name, "#!/bin/sh\n" + body + "\n");
     std::filesystem::permissions(file, std::filesystem::perms(0755));
     return file;
-}
-
-Captured::Captured(std::ostream& captured)
-    : stream(captured), before(captured.rdbuf(buffer.rdbuf()))
-{
-}
-
-Captured::~Captured()
-{
-    stream.rdbuf(before);
-}
-
-std::string Captured::text() const
-{
-    return buffer.str();
 }
 
 std::string contentOf(const std::string& path)
@@ -81,69 +66,94 @@ QDomDocument documentOf(const std::string& xml)
     return document;
 }
 
-std::string posText(const std::vector<std::vector<Goal>>& obligations)
+std::vector<QDomElement> childrenOf(const QDomElement& parent, const QString& tag)
+{
+    std::vector<QDomElement> children;
+    for (QDomElement child = parent.firstChildElement(tag); !child.isNull();
+         child = child.nextSiblingElement(tag)) {
+        children.push_back(child);
+    }
+    return children;
+}
+
+std::string posText(const std::string& goals)
 {
     std::ostringstream xml;
-    xml << "<Proof_Obligations>\n";
-    for (std::size_t i = 0; i < obligations.size(); ++i) {
-        xml << " <Proof_Obligation><Tag>PO_" << i << "</Tag>\n";
-        for (const Goal& goal : obligations[i]) {
-            xml << "  <Simple_Goal status=\"" << goal.status
-                << "\"><Proof_State passList=\"\" methodList=\"\" proofState=\"Unproved\"/>";
-            if (goal.mechanism != "none") {
-                xml << "<Mechanism name=\"mech\" status=\"" << goal.mechanism << "\">";
-                std::istringstream words(goal.drivers);
-                for (std::string word; words >> word;) {
-                    const std::size_t equals = word.find('=');
-                    xml << "<Driver name=\"" << word.substr(0, equals) << "\" status=\""
-                        << word.substr(equals + 1) << "\"/>";
+    std::istringstream obligations(goals);
+    int number = 0;
+    for (std::string part; std::getline(obligations, part, '|');) {
+        xml << "<Proof_Obligation><Tag>PO_" << number++ << "</Tag>";
+        std::istringstream words(part);
+        for (std::string word; words >> word;) {
+            std::istringstream statuses(word);
+            std::string status;
+            std::getline(statuses, status, '/');
+            xml << "<Simple_Goal" << (status.empty() ? ">" : " status='" + status + "'>");
+            if (std::getline(statuses, status, '/')) {
+                xml << "<Mechanism name='mech' status='" << status << "'>";
+                for (int driver = 1; std::getline(statuses, status, ','); ++driver) {
+                    xml << "<Driver name='D" << driver << "' status='" << status << "'/>";
                 }
                 xml << "</Mechanism>";
             }
-            xml << "</Simple_Goal>\n";
+            xml << "</Simple_Goal>";
         }
-        xml << " </Proof_Obligation>\n";
+        xml << "</Proof_Obligation>";
     }
-    xml << "</Proof_Obligations>\n";
-    return xml.str();
+    return "<Proof_Obligations>" + xml.str() + "</Proof_Obligations>\n";
+}
+
+std::string statusesOf(const std::string& posPath)
+{
+    const QString status = QStringLiteral("status");
+    const QDomDocument document = documentOf(contentOf(posPath));
+    QStringList obligations;
+    for (const QDomElement& obligation : childrenOf(document.documentElement())) {
+        QStringList goals;
+        for (const QDomElement& goal : childrenOf(obligation, QStringLiteral("Simple_Goal"))) {
+            QString words = goal.attribute(status);
+            for (const QDomElement& mechanism : childrenOf(goal, QStringLiteral("Mechanism"))) {
+                QStringList drivers;
+                for (const QDomElement& driver : childrenOf(mechanism)) {
+                    drivers << driver.attribute(status);
+                }
+                words += QStringLiteral("/%1/").arg(mechanism.attribute(status)) +
+                         drivers.join(QLatin1Char(','));
+            }
+            goals << words;
+        }
+        obligations << goals.join(QLatin1Char(' '));
+    }
+    return obligations.join(QStringLiteral(" | ")).toStdString();
+}
+
+Driver driverSaying(const TempDir& dir, const std::string& name, const std::string& verdicts)
+{
+    Driver driver;
+    driver.name = name;
+    driver.writer.path =
+        dir.script("writer", "while [ \"$1\" != -o ]; do shift; done; echo x > \"$2\"");
+    driver.reader.path = dir.script("reader-" + name, "read line && printf '%s\\n' " + verdicts);
+    return driver;
 }
 
 std::string mechanismText(const std::string& trust, const std::vector<Driver>& drivers)
 {
     std::ostringstream xml;
-    xml << "<mechanism trust=\"" << trust << "\">\n";
+    const auto write = [&xml](const std::string& tag, const Tool& tool) {
+        xml << "<" << tag << " name='" << tag[0] << "' path='" << tool.path << "' "
+            << tool.attributes << ">" << tool.parameters << "</" << tag << ">";
+    };
+    xml << "<mechanism trust='" << trust << "'>";
     for (const Driver& driver : drivers) {
-        xml << "<driver name=\"" << driver.name << "\" " << driver.attributes << ">"
-            << "<writer name=\"w\" path=\"" << driver.writer << "\"/>"
-            << "<prover name=\"p\" path=\"" << driver.prover << "\" " << driver.proverAttributes
-            << ">" << driver.proverParameters << "</prover>"
-            << "<reader name=\"r\" path=\"" << driver.reader << "\">" << driver.readerParameters
-            << "</reader></driver>\n";
+        xml << "<driver name='" << driver.name << "' " << driver.attributes << ">";
+        write("writer", driver.writer);
+        write("prover", driver.prover);
+        write("reader", driver.reader);
+        xml << "</driver>";
     }
     xml << "</mechanism>\n";
     return xml.str();
-}
-
-std::string statusesOf(const std::string& posPath)
-{
-    std::string statuses;
-    const QDomNodeList goals =
-        documentOf(contentOf(posPath)).elementsByTagName(QStringLiteral("Simple_Goal"));
-    const QString status = QStringLiteral("status");
-    for (int i = 0; i < goals.size(); ++i) {
-        const QDomElement goal = goals.at(i).toElement();
-        const QDomElement mechanism = goal.firstChildElement(QStringLiteral("Mechanism"));
-        QStringList drivers;
-        for (QDomElement driver = mechanism.firstChildElement(); !driver.isNull();
-             driver = driver.nextSiblingElement()) {
-            drivers << driver.attribute(status);
-        }
-        statuses += (i == 0 ? "" : " ") +
-                    (goal.attribute(status) + QStringLiteral("/") + mechanism.attribute(status) +
-                     QStringLiteral("/") + drivers.join(QLatin1Char(',')))
-                        .toStdString();
-    }
-    return statuses;
 }
 
 } // namespace test

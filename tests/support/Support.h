@@ -5,10 +5,8 @@
 
 #include <QDomDocument>
 
-#include <iosfwd>
-#include <memory>
+#include <ostream>
 #include <sstream>
-#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -39,12 +37,21 @@ private:
 class Captured
 {
 public:
-    explicit Captured(std::ostream& captured);
-    ~Captured();
+    explicit Captured(std::ostream& captured)
+        : stream(captured), before(captured.rdbuf(buffer.rdbuf()))
+    {
+    }
+    ~Captured()
+    {
+        stream.rdbuf(before);
+    }
     Captured(const Captured&) = delete;
     Captured& operator=(const Captured&) = delete;
 
-    std::string text() const;
+    std::string text() const
+    {
+        return buffer.str();
+    }
 
 private:
     std::ostream& stream;
@@ -61,34 +68,39 @@ bool exists(const std::string& path);
 /// The document that `xml` holds; fails the running test when it is not well-formed.
 QDomDocument documentOf(const std::string& xml);
 
-/// One goal of a status file: its own status, that of the mechanism "mech" on it (none: the goal
-/// does not know the mechanism), and drivers as "name=status" words.
-struct Goal {
-    std::string status = "Unproved";
-    std::string mechanism = "Unproved";
-    std::string drivers = "D1=Proved";
+/// The child elements with a tag name, or all of them.
+std::vector<QDomElement> childrenOf(const QDomElement& parent, const QString& tag = {});
+
+/// A status file. Every word of `goals` is a goal: its status, that of the mechanism "mech" on it
+/// and those of the drivers D1, D2 and so on, "goal/mechanism/driver,driver". Without the slashes
+/// the goal does not know the mechanism; an empty status of a goal is not written. A "|" begins the
+/// next of the obligations PO_0, PO_1 and so on.
+std::string posText(const std::string& goals);
+
+/// The statuses in a status file, in the words of posText.
+std::string statusesOf(const std::string& posPath);
+
+/// A tool of a mechanism file: its path, and what else the element has and holds.
+struct Tool {
+    std::string path = "/bin/cat";
+    std::string attributes = {};
+    std::string parameters = {};
 };
 
-/// A status file with obligations PO_0, PO_1, ... and these goals.
-std::string posText(const std::vector<std::vector<Goal>>& obligations);
-
-/// A driver of a mechanism file: attributes of the element, the three tools' paths, attributes of
-/// the prover, and `param` elements for writer, prover and reader.
+/// A driver of a mechanism file.
 struct Driver {
     std::string name = "D1";
-    std::string attributes;
-    std::string writer;
-    std::string prover;
-    std::string reader;
-    std::string proverAttributes;
-    std::string proverParameters;
-    std::string readerParameters;
+    std::string attributes = {};
+    Tool writer = {};
+    Tool prover = {};
+    Tool reader = {};
 };
+
+/// A driver with tools that work, made in `dir`: its reader prints `verdicts`, one word a goal,
+/// when the prover prints the file on its standard input.
+Driver driverSaying(const TempDir& dir, const std::string& name, const std::string& verdicts);
 
 /// A mechanism file.
 std::string mechanismText(const std::string& trust, const std::vector<Driver>& drivers);
-
-/// The statuses in a status file, goal by goal: "goal/mechanism/driver,driver" and blanks between.
-std::string statusesOf(const std::string& posPath);
 
 } // namespace test

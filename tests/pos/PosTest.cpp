@@ -1,0 +1,186 @@
+// Status words, operations on whole documents, totals.
+
+#include "pos/pos.h"
+#include "pos/pos_p.h"
+#include "tests/support/Support.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <iomanip>
+#include <iostream>
+#include <stdexcept>
+
+using namespace pos;
+
+namespace
+{
+
+/// A document with one goal, `status` being its attribute and `records` what it holds.
+std::string goalWith(const std::string& status, const std::string& records)
+{
+    return "<r><Proof_Obligation><Simple_Goal status='" + status + "'>" + records +
+           "</Simple_Goal></Proof_Obligation></r>";
+}
+
+status_t expectedWith(const std::string& records)
+{
+    const QDomDocument doc = test::documentOf(goalWith("Unproved", records));
+    return expectedStatus(doc.documentElement().firstChild().firstChildElement());
+}
+
+} // namespace
+
+TEST(Pos, OnlyTheWordsOfTheFormatAreRead)
+{
+    std::ostringstream out;
+    for (const auto& [status, mark] : charOfStatus) {
+        out << std::setw(30) << status << std::setw(0) << mark << ' '; // the word is never padded
+        EXPECT_EQ(proofStatusOfAttrValue(strOfProofStatus(status)), status);
+    }
+    EXPECT_EQ(out.str(), "Unproved- Unknown- UnreliablyProved* Proved+ Disproved! ");
+    for (const char* word : {"Proved(0)", "Proved(1)", "Proved(2)", "Proved(3)", "Proved(Util)"}) {
+        EXPECT_EQ(proofStatusOfAttrValue(QString::fromUtf8(word)), PROVED) << word;
+    }
+    for (const char* word : {"", "proved", "Valid", "Invalid", "Proved(4)", " Proved", "Proved "}) {
+        EXPECT_THROW(proofStatusOfAttrValue(QString::fromUtf8(word)), std::out_of_range) << word;
+    }
+    EXPECT_THROW(strOfProofStatus(static_cast<status_t>(5)), std::out_of_range);
+}
+
+TEST(Pos, RefutationOutweighsProofAndReliableOutweighsUnreliable)
+{
+    const std::pair<const char*, status_t> rows[] = {
+        {"", UNPROVED},
+        {"<Proof_State proofState='Proved'/>", UNPROVED}, // not a word of the prover
+        {"<Proof_State proofState='Proved(Util)'/>", PROVED},
+        {"<Proof_State/><Proof_State proofState='Proved(0)'/>", UNPROVED}, // the first counts
+        {"<Proof_State proofState='Proved(1)'/><Mechanism status='Disproved'/>", DISPROVED},
+        {"<Proof_State proofState='Proved(1)'/><iapa><status value='Invalid'/></iapa>", DISPROVED},
+        {"<iapa><status value='Valid'/></iapa>", UNRELIABLY_PROVED},
+        {"<iapa><status value='Valid'/></iapa><Mechanism status='Proved'/>", PROVED},
+        {"<iapa><status value='Unknown'/></iapa>", UNPROVED},
+        {"<Mechanism status='Unknown'><Driver status='Proved'/></Mechanism>", UNPROVED},
+        {"<Mechanism status='UnreliablyProved'/><Mechanism status='Unproved'/>", UNRELIABLY_PROVED},
+    };
+    for (const auto& [records, expected] : rows) {
+        EXPECT_EQ(expectedWith(records), expected) << records;
+    }
+    for (const char* records : {"<iapa/>", "<iapa><status value='Proved'/></iapa>", "<Mechanism/>",
+                                "<Mechanism status='Proved(1)'/>"}) {
+        EXPECT_THROW(expectedWith(records), std::out_of_range) << records;
+    }
+}
+
+TEST(Pos, TheInvariantReportsTheFirstGoalThatDisagreesAndNothingElse)
+{
+    const std::string agrees = goalWith("Proved(2)", "<Proof_State proofState='Proved(0)'/>");
+    const QDomDocument differs = test::documentOf(
+        "<r><x><Simple_Goal status='Valid'/></x><Proof_Obligation><Simple_Goal/>"
+        "<other><Simple_Goal status='Proved'/></other></Proof_Obligation><Proof_Obligation>"
+        "<Simple_Goal status='Proved'><Mechanism status='Disproved'/></Simple_Goal>"
+        "<Simple_Goal status='Unknown'/></Proof_Obligation></r>");
+    const test::Captured err(std::cerr);
+    EXPECT_TRUE(checkPosInvariant(test::documentOf(agrees)));
+    EXPECT_FALSE(checkPosInvariant(differs));
+    EXPECT_EQ(err.text(), "    <Simple_Goal status=\"Proved\">\n"
+                          "        <Mechanism status=\"Disproved\"/>\n    </Simple_Goal>\n");
+}
+
+TEST(Pos, UnproveAndRemovalRewriteWhatTheyMustAndNothingElse)
+{
+    const auto check = [](const std::function<void(QDomDocument&)>& operation,
+                          const std::string& before, const std::string& after) {
+        QDomDocument doc = test::documentOf(before);
+        operation(doc);
+        EXPECT_EQ(doc.toByteArray(), test::documentOf(after).toByteArray());
+    };
+    const std::string others = "<iapa><status value='Invalid'/></iapa><Driver status='x'/>";
+    const std::string proved = "<Proof_State proofState='Proved(3)'/>";
+    check(unprove, // asks neither analyser nor drivers
+          goalWith("Disproved",
+                   others + "<Mechanism status='x'><Driver status='Proved'/></Mechanism>"),
+          goalWith("Unproved",
+                   others + "<Mechanism status='Unproved'><Driver status='Proved'/></Mechanism>"));
+    check(unprove, goalWith("Disproved", proved), goalWith("Proved", proved));
+
+    bool modified = false;
+    const auto remove = [&modified](QDomDocument& doc) {
+        EXPECT_TRUE(removeMechanism(doc, "é", modified));
+    };
+    check(remove, // the first of a name only
+          goalWith("Proved", "<Mechanism name='e' status='Disproved'/><Mechanism name='é'"
+                             " status='Proved'/><Mechanism name='é' status='Unknown'/>"),
+          goalWith("Disproved", "<Mechanism name='e' status='Disproved'/>"
+                                "<Mechanism name='é' status='Unknown'/>"));
+    check(remove, goalWith("Proved(1)", proved + "<Mechanism name='é' status='Unproved'/>"),
+          goalWith("Proved(1)", proved)); // a word that still holds
+    EXPECT_TRUE(modified);
+    const std::string nonsense = goalWith("nonsense", "<Mechanism name='É'/>");
+    check(remove, nonsense, nonsense);
+    EXPECT_FALSE(modified);
+    QDomDocument null;
+    EXPECT_FALSE(removeMechanism(null, "é", modified));
+}
+
+TEST(Pos, MechanismsAreListedOnceInOrderOfAppearance)
+{
+    const test::TempDir dir;
+    std::list<std::string> names = {"before"};
+    EXPECT_FALSE(getMechanisms(dir.path("missing.pos"), names));
+    EXPECT_EQ(names, std::list<std::string>{"before"});
+    const std::string goals = "<r><Proof_Obligation><Simple_Goal><Mechanism name='b'/>"
+                              "<Mechanism name='a'/></Simple_Goal><Simple_Goal status='Unknown'>"
+                              "<Mechanism name='b'/><Mechanism name='c'/><Mechanism/></Simple_Goal>"
+                              "</Proof_Obligation></r>";
+    EXPECT_TRUE(getMechanisms(dir.write("é.pos", goals), names));
+    EXPECT_EQ(names, (std::list<std::string>{"b", "a", "c", ""}));
+    EXPECT_TRUE(getMechanisms(dir.write("cut.pos", goals.substr(0, goals.size() - 3)), names));
+    EXPECT_TRUE(names.empty());
+}
+
+TEST(Pos, EachGoalCountsOnceAndEachRecordUnderItsName)
+{
+    const test::TempDir dir;
+    const std::string path = dir.write(
+        "c.pos",
+        "<r><Proof_Obligation>"
+        "<Simple_Goal status='Proved'><Proof_State proofState='Proved(Util)'/>"
+        "<Mechanism name='m' status='Unproved'/></Simple_Goal>"
+        "<Simple_Goal status='Proved'><Proof_State proofState='Proved'/>"
+        "<Mechanism name='m' status='Proved'><Driver name='d' status='Proved'/>"
+        "<Driver name='e' status='UnreliablyProved'/></Mechanism>"
+        "<Mechanism name='n' status='Proved(0)'><Driver name='d' status='Unknown'/></Mechanism>"
+        "</Simple_Goal>"
+        "<Simple_Goal status='Unknown'><Mechanism name='m' status='Unknown'>"
+        "<Driver name='d' status='Disproved'/></Mechanism></Simple_Goal>"
+        "</Proof_Obligation><Other><Simple_Goal status='nonsense'/></Other><Proof_Obligation>"
+        "<Simple_Goal/><Simple_Goal status='Unproved'/><Simple_Goal status='Unproved'/>"
+        "<Simple_Goal status='UnreliablyProved'><Mechanism name='m' status='UnreliablyProved'/>"
+        "</Simple_Goal><Simple_Goal status='Disproved'><Mechanism name='m' status='Disproved'>"
+        "<Driver name='d'/></Mechanism></Simple_Goal></Proof_Obligation></r>");
+    metrics_t all;
+    EXPECT_TRUE(getMetrics(path, all));
+    EXPECT_TRUE(getMetrics(path, all)); // adds to the last total only
+    EXPECT_FALSE(getMetrics(dir.path("missing.pos"), all));
+    std::ostringstream out;
+    out << all.total << ' ' << all.unproved << ' ' << all.proved << ' ' << all.unreliablyProved
+        << ' ' << all.disproved << ' ' << all.provedExternally << ' ' << all.provedByProver;
+    for (const auto& [name, m] : all.mechanisms) {
+        out << "; " << name << ' ' << m->unproved << ' ' << m->unknown << ' ' << m->proved << ' '
+            << m->unreliablyProved << ' ' << m->disproved;
+        for (const auto& [driver, d] : m->drivers) {
+            out << ", " << driver << ' ' << d->unproved << ' ' << d->unknown << ' ' << d->proved
+                << ' ' << d->disproved;
+        }
+    }
+    EXPECT_EQ(out.str(), "8 3 2 1 1 1 2; m 1 1 1 1 1, d 1 0 1 1, e 0 0 0 0; "
+                         "n 0 0 1 0 0, d 0 1 0 0");
+    for (const char* records :
+         {"<Mechanism status='Valid'/>", "<Mechanism status='Proved'/><Mechanism status='x'/>",
+          "<Mechanism><Driver status='x'/></Mechanism>"}) {
+        EXPECT_THROW(getMetrics(dir.write("x.pos", goalWith("Proved", records)), all),
+                     std::out_of_range)
+            << records;
+    }
+}
