@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <sys/stat.h>
 
 namespace
@@ -201,6 +202,19 @@ TEST_F(Run, ATerminationSignalKeepsWhatWasReachedAndLeavesNoChild)
         }
         EXPECT_EQ(test::contentOf(process + "/cmdline"), "");
     }
+}
+
+TEST_F(Run, StandardStreamsThatAreClosedHarmNothing)
+{
+    test::Driver driver = proving();
+    driver.prover.path = dir.script("bin/complaining", "cat; echo a complaint >&2");
+    component({driver}, "Unproved/Unproved/Proved");
+    // A file that took the place of one would get the report, a reader the complaints of its
+    // prover.
+    const std::string command = "cd " + dir.path() + " && exec " + MECHRUN_BINARY + " " + FILES +
+                                "-m mechs/mech.xml <&- >&- 2>&-";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+    EXPECT_EQ(statuses(), "Proved/Proved/Proved");
 }
 
 TEST_F(Run, AReportThatNobodyReadsEndsNothingAndKeepsNoStopFromSaving)
