@@ -117,7 +117,7 @@ TEST_F(Children, ARefusedStartIsAFailedJobAndTheNextOneGoesOn)
     const int highest = ::dup(0);
     ::close(highest);
     for (int room = 0; room < 12; ++room) {
-        limit.rlim_cur = static_cast<rlim_t>(highest + room);
+        limit.rlim_cur = static_cast<rlim_t>(highest) + static_cast<rlim_t>(room);
         ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
         const PairResult result = runPair(prover, {}, reader, children);
         if (result.end == PairEnd::Refused) {
