@@ -1,0 +1,162 @@
+"""The figures: which runs take turns, and what is made of their times."""
+
+import os
+import re
+import statistics
+import subprocess
+import sys
+import time
+
+from component import Component, SolverComponent, build_tools
+
+
+def xargs(workers):
+    return lambda line: ["xargs", "-P", str(workers), "-L", "1", "sh", "-c", line.format("$0", "$1")]
+
+
+def parallel(workers):
+    return lambda line: ["parallel", "-j", str(workers), "--colsep", " ", line.format("{1}", "{2}")]
+
+
+class Bench:
+    """Where the runs take place, how one is timed, and the figures."""
+
+    def __init__(self, binary, folder, rounds, huge):
+        self.binary = binary
+        self.folder = folder
+        self.rounds = rounds
+        self.huge = huge
+        self.tools = os.path.join(folder, "tools")
+        self.work = os.path.join(folder, "work")
+        os.makedirs(self.work)
+        build_tools(self.tools)
+
+    def component(self, goals, jobs, milliseconds=0):
+        return Component(self.folder, self.tools, goals, jobs, milliseconds)
+
+    def measure(self, names):
+        """All figures of the named groups: name -> value, lowest, highest and unit."""
+        result = {}
+        for name in names:
+            print(f"bench/run: {name} ...", file=sys.stderr)
+            for figure, (values, unit) in FIGURES[name](self).items():
+                result[figure] = {"value": statistics.median(values), "unit": unit,
+                                  "lowest": min(values), "highest": max(values)}
+        return result
+
+    # One run.
+
+    @staticmethod
+    def timed(command, **options):
+        """Wall time in seconds and peak memory in KiB of a command, which must succeed."""
+        begin = time.monotonic()
+        process = subprocess.Popen(command, stdout=subprocess.DEVNULL, **options)
+        _, status, usage = os.wait4(process.pid, 0)
+        seconds = time.monotonic() - begin
+        process.returncode = os.waitstatus_to_exitcode(status)
+        if process.returncode != 0:
+            sys.exit(f"bench/run: status {process.returncode}: {' '.join(command)}")
+        return seconds, usage.ru_maxrss
+
+    def mechrun(self, component, workers, idle=False):
+        """One run over a fresh POS file; with `idle` there is nothing to replay in it."""
+        with open(component.pos, "w", encoding="utf-8") as file:
+            file.write(component.idle_text if idle else component.text)
+        resources = ["-r", component.resources] if component.resources else []
+        measured = self.timed([self.binary, *resources, "-m" + component.mechanism,
+                               "-s", component.pos, "-p", component.pog, "-d", self.work,
+                               "-c" + str(workers)])
+        if not idle:
+            self.check(component)
+        return measured
+
+    @staticmethod
+    def check(component):
+        """A run that lost a job must not pass for a fast one: every job leaves a verdict."""
+        open_goal = re.compile('<Mechanism [^>]*status="Unproved"')
+        with open(component.pos, encoding="utf-8") as file:
+            left = len(open_goal.findall(file.read()))
+        expected = len(open_goal.findall(component.text)) - len(component.addresses)
+        if left != expected:
+            sys.exit(f"bench/run: {left} goals have no verdict after the run, instead of {expected}")
+
+    def shell(self, component, runner):
+        """Wall time of the same tools for the same goals, started by another runner."""
+        file = f"{self.work}/by_shell_{{0}}_{{1}}"
+        line = (f"{component.writer} -a {{0}} {{1}} -i {component.pog} -o {file}; "
+                f"{component.prover} <{file} | {component.reader.replace('FILE', file)} >/dev/null; "
+                f"rm {file}")
+        addresses = "".join(f"{obligation} {goal}\n" for obligation, goal in component.addresses)
+        path = os.path.join(self.folder, "addresses")
+        with open(path, "w", encoding="utf-8") as file:
+            file.write(addresses)
+        with open(path, encoding="utf-8") as file:
+            return self.timed(runner(line), stdin=file)[0]
+
+    def in_turns(self, *runs):
+        """Runs all of them in every round, each round in the opposite order of the one before; the
+        results, a list per round."""
+        rounds = []
+        for number in range(self.rounds):
+            order = range(len(runs)) if number % 2 == 0 else reversed(range(len(runs)))
+            results = {index: runs[index]() for index in order}
+            rounds.append([results[index] for index in range(len(runs))])
+        return rounds
+
+    # The figures.
+
+    def against(self, name, component, workers, runner):
+        rounds = self.in_turns(lambda: self.mechrun(component, workers)[0],
+                               lambda: self.shell(component, runner))
+        jobs = len(component.addresses)
+        return {name: ([ours / theirs for ours, theirs in rounds], ""),
+                f"{name}_job": ([ours / jobs * 1000 for ours, _ in rounds], "ms")}
+
+    def vs_xargs(self):
+        return self.against("vs_xargs", self.component(2000, 1000), 2, xargs(2))
+
+    def vs_parallel(self):
+        return self.against("vs_parallel", self.component(200, 200), 2, parallel(2))
+
+    def solver(self):
+        return self.against("solver", SolverComponent(self.folder, 200), 2, xargs(2))
+
+    def growth(self):
+        """Cost of a job beyond loading, and memory, as the component grows."""
+        sizes = [200, 2000, 20000] + ([100000] if self.huge else [])
+        components = [self.component(size, 200) for size in sizes]
+        runs = [lambda c=component, i=idle: self.mechrun(c, 2, i)
+                for component in components for idle in (False, True)]
+        costs = {size: [] for size in sizes}
+        peaks = {size: [] for size in sizes}
+        for results in self.in_turns(*runs):
+            for size, full, idle in zip(sizes, results[::2], results[1::2]):
+                costs[size].append((full[0] - idle[0]) / 200 * 1000)
+                peaks[size].append(full[1])
+        result = {}
+        for size in sizes[1:]:
+            result[f"growth_{size}"] = ([c / b for c, b in zip(costs[size], costs[200])], "")
+        for size in sizes:
+            result[f"job_{size}"] = (costs[size], "ms")
+        for size in sizes[2:]:
+            more = [p - b for p, b in zip(peaks[size], peaks[200])]
+            result[f"memory_{size}"] = ([m / (size - 200) for m in more], "KiB a goal")
+        return result
+
+    def wide(self):
+        component = self.component(20000, 1000, milliseconds=50)
+        rounds = self.in_turns(lambda: self.mechrun(component, 16)[0],
+                               lambda: self.mechrun(component, 16, idle=True)[0],
+                               lambda: self.shell(component, xargs(16)))
+        return {"wide": ([(full - idle) / theirs for full, idle, theirs in rounds], "")}
+
+    def workers(self):
+        component = self.component(2000, 1000)
+        counts = (1, 2, 4, 64)
+        rounds = self.in_turns(*(lambda n=count: self.mechrun(component, n)[0] for count in counts))
+        return {f"workers_{count}": ([results[index] for results in rounds], "s")
+                for index, count in enumerate(counts)}
+
+
+FIGURES = {"vs_xargs": Bench.vs_xargs, "vs_parallel": Bench.vs_parallel, "solver": Bench.solver,
+           "growth": Bench.growth, "wide": Bench.wide, "workers": Bench.workers}
