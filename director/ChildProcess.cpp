@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <iterator>
+#include <vector>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -90,16 +90,49 @@ private:
     std::vector<char*> pointers;
 };
 
-/// Starts `command` with these standard streams; returns once it runs its program or cannot.
-Child startProgram(const Command& command, int input, int output, int errors)
+/// Which standard streams a child gets. Memory that ran out on the way shows in error(): a child
+/// started all the same would have some of ours.
+class Streams
 {
-    const Arguments arguments(command);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
+public:
+    Streams(int input, int output, int errors)
+    {
+        posix_spawn_file_actions_init(&list);
+        const int numbers[] = {input, output, errors};
+        for (int stream = STDIN_FILENO; stream <= STDERR_FILENO && failure == 0; ++stream) {
+            failure = posix_spawn_file_actions_adddup2(&list, numbers[stream], stream);
+        }
+    }
+    ~Streams()
+    {
+        posix_spawn_file_actions_destroy(&list);
+    }
+    Streams(const Streams&) = delete;
+    Streams& operator=(const Streams&) = delete;
 
+    int error() const
+    {
+        return failure;
+    }
+    const posix_spawn_file_actions_t* actions() const
+    {
+        return &list;
+    }
+
+private:
+    posix_spawn_file_actions_t list = {};
+    int failure = 0;
+};
+
+/// Starts a program with these standard streams; returns once it runs or cannot. Never throws: a
+/// child that was started before it must not be forgotten.
+Child startProgram(const Arguments& arguments, const Streams& streams) noexcept
+{
+    Child child;
+    child.error = streams.error();
+    if (child.error != 0) {
+        return child;
+    }
     // Ignored by us, perhaps, but a tool expects to be ended by a pipe that nobody reads.
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
@@ -108,15 +141,12 @@ Child startProgram(const Command& command, int input, int output, int errors)
     sigaddset(&defaults, SIGPIPE);
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-
-    Child child;
-    child.error = ::posix_spawn(&child.pid, arguments.list()[0], &actions, &attributes,
+    child.error = ::posix_spawn(&child.pid, arguments.list()[0], streams.actions(), &attributes,
                                 arguments.list(), environ);
     if (child.error != 0) {
         child.pid = 0;
     }
     posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
     return child;
 }
 
@@ -216,18 +246,17 @@ bool ChildList::start(const std::function<void()>& start)
     return true;
 }
 
-void ChildList::enter(std::initializer_list<pid_t> children)
+void ChildList::enter(std::list<pid_t>& children) noexcept
 {
+    children.remove(0);
     const std::lock_guard<std::mutex> lock(mutex);
-    std::copy_if(children.begin(), children.end(), std::back_inserter(processes), [](pid_t child) {
-        return child != 0;
-    });
+    processes.splice(processes.end(), children);
 }
 
 void ChildList::remove(pid_t child)
 {
     const std::lock_guard<std::mutex> lock(mutex);
-    processes.erase(std::find(processes.begin(), processes.end(), child));
+    processes.remove(child);
 }
 
 void ChildList::killAll()
@@ -248,9 +277,11 @@ bool ChildList::isClosed() const
 WriterEnd runWriter(const Command& writer, ChildList& children)
 {
     const Descriptor null(openNull());
+    const Streams streams(null.number(), null.number(), null.number());
+    const Arguments arguments(writer);
     Child child;
     const bool open = children.start([&] {
-        child = startProgram(writer, null.number(), null.number(), null.number());
+        child = startProgram(arguments, streams);
     });
     if (!open) {
         return WriterEnd::Stopped;
@@ -274,17 +305,25 @@ PairResult runPair(const Command& prover, const QString& input, const Command& r
     Descriptor fromProver(ends[0]);
     Descriptor toReader(ends[1]);
     const Descriptor file(input.isEmpty() ? openNull() : openInput(input));
-
     Child proving{0, file.number() < 0 ? errno : 0};
     Child reading;
+
+    // All that takes memory is made before the first child, which a failure would leave behind.
+    const Streams proverStreams(file.number(), toReader.number(), null.number());
+    const Streams readerStreams(fromProver.number(), output.number(), null.number());
+    const Arguments proverWords(prover);
+    const Arguments readerWords(reader);
+    std::list<pid_t> started = {0, 0};
     const auto start = [&] {
         if (proving.error == 0) {
-            proving = startProgram(prover, file.number(), toReader.number(), null.number());
+            proving = startProgram(proverWords, proverStreams);
         }
         if (!isRefusal(proving.error)) {
-            reading = startProgram(reader, fromProver.number(), output.number(), null.number());
+            reading = startProgram(readerWords, readerStreams);
         }
-        children.enter({proving.pid, reading.pid});
+        started.front() = proving.pid;
+        started.back() = reading.pid;
+        children.enter(started);
     };
     if (!children.start(start)) {
         return {};

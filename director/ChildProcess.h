@@ -18,10 +18,9 @@
 
 #include <atomic>
 #include <functional>
-#include <initializer_list>
+#include <list>
 #include <mutex>
 #include <shared_mutex>
-#include <vector>
 
 #include <sys/types.h>
 
@@ -33,9 +32,10 @@ public:
     /// closed; returns whether it did. Several starts may run at a time.
     bool start(const std::function<void()>& start);
 
-    /// Appends a child, which is in the list from its start to its remove(). To be called within
-    /// start(). Several are entered in one go, in order; those that have no process are 0.
-    void enter(std::initializer_list<pid_t> children);
+    /// Moves `children` (0: no process) to the end of the list, where each stays until its
+    /// remove(). To be called within start(). Takes no memory: a child that runs must not fail to
+    /// be entered.
+    void enter(std::list<pid_t>& children) noexcept;
 
     /// Takes `child` out of the list. To be called before the child is reaped: while it is in the
     /// list its process id must be its own.
@@ -52,7 +52,7 @@ private:
     std::shared_mutex starting;
     std::atomic<bool> closed{false};
     std::mutex mutex;
-    std::vector<pid_t> processes; ///< guarded by `mutex`
+    std::list<pid_t> processes; ///< guarded by `mutex`
 };
 
 /// A program as a mechanism names it (perhaps wrapped in double quotes), and its arguments.
