@@ -124,6 +124,26 @@ private:
     int failure = 0;
 };
 
+/// The signals that a child takes as the system gives them: all but those that we were told to
+/// ignore, by nohup for one. A pipe that nobody reads is ignored by ourselves, perhaps, but a tool
+/// expects to be ended by it. Naming all of them spares a start a question to the system for each.
+const sigset_t& defaultSignals()
+{
+    static const sigset_t signals = [] {
+        sigset_t set;
+        sigfillset(&set);
+        for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+            struct sigaction action = {};
+            if (signal != SIGPIPE && ::sigaction(signal, nullptr, &action) == 0 &&
+                action.sa_handler == SIG_IGN) {
+                sigdelset(&set, signal);
+            }
+        }
+        return set;
+    }();
+    return signals;
+}
+
 /// Starts a program with these standard streams; returns once it runs or cannot. Never throws: a
 /// child that was started before it must not be forgotten.
 Child startProgram(const Arguments& arguments, const Streams& streams) noexcept
@@ -133,13 +153,9 @@ Child startProgram(const Arguments& arguments, const Streams& streams) noexcept
     if (child.error != 0) {
         return child;
     }
-    // Ignored by us, perhaps, but a tool expects to be ended by a pipe that nobody reads.
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    sigset_t defaults;
-    sigemptyset(&defaults);
-    sigaddset(&defaults, SIGPIPE);
-    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setsigdefault(&attributes, &defaultSignals());
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     child.error = ::posix_spawn(&child.pid, arguments.list()[0], streams.actions(), &attributes,
                                 arguments.list(), environ);
