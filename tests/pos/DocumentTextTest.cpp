@@ -74,6 +74,24 @@ TEST(DocumentText, PiecesAreTheTextOfTheWholeBeforeAndAfterChanges)
     }
 }
 
+TEST(DocumentText, EveryCharacterIsWrittenAsInTheWhole)
+{
+    QString all;
+    for (ushort code = 1; code != 0; ++code) {
+        all.append(QChar(code));
+    }
+    for (const char* const xml :
+         {"<r><p/></r>", "<?xml version='1.0' encoding='latin1'?><r><p/></r>"}) {
+        QDomDocument document = test::documentOf(xml);
+        QDomElement child = document.documentElement().firstChildElement();
+        child.setAttribute(ATTR_NAME, all);
+        child.appendChild(document.createTextNode(all));
+        DocumentText text;
+        text.setDocument(document);
+        EXPECT_EQ(joined(text.pieces()), document.toByteArray(XML_INDENT)) << xml;
+    }
+}
+
 TEST(DocumentText, AChangeCostsOnlyTheObligationThatIsNamed)
 {
     QDomDocument document = test::documentOf("<r><!--c--><Proof_Obligation/><Proof_Obligation/>"
