@@ -145,9 +145,10 @@ void ProofDirector::mergeResults(const prover_data_t& job, const std::vector<QBy
     if (!ticket) {
         return;
     }
-    saves->wait(ticket, [this] {
+    const auto save = [this] {
         return saveDocument(true);
-    });
+    };
+    saves->wait(ticket, save, concurrency - 1);
 }
 
 /// Applies the line of every goal and appends its mark to `report`. Returns whether some line was

@@ -2,7 +2,9 @@
 
 // Saving together: several threads that each need "what I have changed is on disk" share a save.
 
+#include <chrono>
 #include <condition_variable>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -14,7 +16,10 @@
 /// from any thread.
 class SaveGroup
 {
+    using Clock = std::chrono::steady_clock;
+
     struct Round {
+        unsigned int size = 0; ///< how many have joined
         bool done = false;
         bool succeeded = false;
     };
@@ -29,12 +34,22 @@ public:
     /// Returns, once the save of `ticket` has ended, whether it succeeded. The caller may be the
     /// one who runs `save`; it must take its data from within that call. What `save` throws reaches
     /// the one who ran it, and the save has failed for the others.
-    bool wait(const Ticket& ticket, const std::function<bool()>& save);
+    ///
+    /// `others` is how many may be about to join as well. When their work between two saves seems
+    /// to be shorter than a save (the caller's own was, since its last one), the save begins once
+    /// they have joined, or after as long as the caller's work took.
+    bool wait(const Ticket& ticket, const std::function<bool()>& save, unsigned int others = 0);
 
 private:
+    void gather(std::unique_lock<std::mutex>& lock, const Ticket& ticket, unsigned int others,
+                Clock::duration work);
+    bool carryOut(const std::function<bool()>& save, std::exception_ptr& failure);
+
     std::mutex mutex;
     std::condition_variable ended;
+    std::condition_variable joined;
     // Guarded by `mutex`.
-    Ticket next;       ///< the round that has not begun; null when nobody has joined
-    bool busy = false; ///< a save is running
+    Ticket next;             ///< the round that has not begun; null when nobody has joined
+    bool busy = false;       ///< a save is running, or about to
+    Clock::duration cost{0}; ///< what the last save took
 };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <future>
 #include <new>
 #include <thread>
@@ -51,6 +52,27 @@ TEST(SaveGroupTest, WhoJoinsDuringASaveIsServedByOneSaveAfterIt)
     EXPECT_TRUE(group.wait(group.join(), [] {
         return true;
     }));
+}
+
+TEST(SaveGroupTest, ASaveLongerThanTheWorkBetweenLetsTheOthersIn)
+{
+    using namespace std::chrono_literals;
+    SaveGroup group;
+    int saves = 0;
+    const auto save = [&saves] {
+        ++saves;
+        std::this_thread::sleep_for(saves == 1 ? 300ms : 0ms);
+        return true;
+    };
+    EXPECT_TRUE(group.wait(group.join(), save));
+    std::this_thread::sleep_for(200ms); // the work
+    std::thread other([&] {
+        std::this_thread::sleep_for(10ms);
+        EXPECT_TRUE(group.wait(group.join(), save, 1));
+    });
+    EXPECT_TRUE(group.wait(group.join(), save, 1));
+    other.join();
+    EXPECT_EQ(saves, 2);
 }
 
 } // namespace
