@@ -55,7 +55,6 @@ class Component:
 
     def __init__(self, folder, tools, goals, jobs, milliseconds=0):
         name = f"c{goals}_{jobs}_{milliseconds}"
-        self.pos = os.path.join(folder, name + ".pos")
         self.pog = write(os.path.join(folder, name + ".pog"), "")
         self.resources = None
         # The tools as a line of shell calls them.
@@ -98,7 +97,6 @@ class SolverComponent:
         self.prover = "/usr/bin/z3 -smt2 -in -t:1000 -T:10"
         self.reader = os.path.join(tools, "smt-reader") + " FILE"
         self.mechanism = os.path.join(EXAMPLES, "mechanisms", "direct.xml")
-        self.pos = os.path.join(folder, "solver.pos")
         self.pog = os.path.join(folder, "solver.pog")
         self.addresses = []
         self.write_component(goals)

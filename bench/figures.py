@@ -1,13 +1,16 @@
 """The figures: which runs take turns, and what is made of their times."""
 
+import contextlib
 import os
 import re
+import shutil
 import statistics
 import subprocess
 import sys
+import tempfile
 import time
 
-from component import Component, SolverComponent, build_tools
+from component import Component, SolverComponent, build_tools, write
 
 
 def xargs(workers):
@@ -27,9 +30,11 @@ class Bench:
         self.rounds = rounds
         self.huge = huge
         self.tools = os.path.join(folder, "tools")
-        self.work = os.path.join(folder, "work")
-        os.makedirs(self.work)
         build_tools(self.tools)
+        # Some file systems look at every file that was deleted in the last minutes when they make
+        # one in the same part of the disk. This spreads the folders of the runs, so that none pays
+        # for those before; where there is no such flag it does nothing.
+        subprocess.run(["chattr", "+T", folder], stderr=subprocess.DEVNULL, check=False)
 
     def component(self, goals, jobs, milliseconds=0):
         return Component(self.folder, self.tools, goals, jobs, milliseconds)
@@ -58,23 +63,32 @@ class Bench:
             sys.exit(f"bench/run: status {process.returncode}: {' '.join(command)}")
         return seconds, usage.ru_maxrss
 
+    @contextlib.contextmanager
+    def fresh(self):
+        """A folder for one run, with a folder for its secondary files in it."""
+        folder = tempfile.mkdtemp(dir=self.folder)
+        os.mkdir(os.path.join(folder, "work"))
+        yield folder
+        shutil.rmtree(folder)
+
     def mechrun(self, component, workers, idle=False):
         """One run over a fresh POS file; with `idle` there is nothing to replay in it."""
-        with open(component.pos, "w", encoding="utf-8") as file:
-            file.write(component.idle_text if idle else component.text)
-        resources = ["-r", component.resources] if component.resources else []
-        measured = self.timed([self.binary, *resources, "-m" + component.mechanism,
-                               "-s", component.pos, "-p", component.pog, "-d", self.work,
-                               "-c" + str(workers)])
-        if not idle:
-            self.check(component)
+        with self.fresh() as folder:
+            pos = os.path.join(folder, "component.pos")
+            write(pos, component.idle_text if idle else component.text)
+            resources = ["-r", component.resources] if component.resources else []
+            measured = self.timed([self.binary, *resources, "-m" + component.mechanism, "-s", pos,
+                                   "-p", component.pog, "-d", os.path.join(folder, "work"),
+                                   "-c" + str(workers)])
+            if not idle:
+                self.check(component, pos)
         return measured
 
     @staticmethod
-    def check(component):
+    def check(component, pos):
         """A run that lost a job must not pass for a fast one: every job leaves a verdict."""
         open_goal = re.compile('<Mechanism [^>]*status="Unproved"')
-        with open(component.pos, encoding="utf-8") as file:
+        with open(pos, encoding="utf-8") as file:
             left = len(open_goal.findall(file.read()))
         expected = len(open_goal.findall(component.text)) - len(component.addresses)
         if left != expected:
@@ -82,16 +96,14 @@ class Bench:
 
     def shell(self, component, runner):
         """Wall time of the same tools for the same goals, started by another runner."""
-        file = f"{self.work}/by_shell_{{0}}_{{1}}"
-        line = (f"{component.writer} -a {{0}} {{1}} -i {component.pog} -o {file}; "
-                f"{component.prover} <{file} | {component.reader.replace('FILE', file)} >/dev/null; "
-                f"rm {file}")
         addresses = "".join(f"{obligation} {goal}\n" for obligation, goal in component.addresses)
-        path = os.path.join(self.folder, "addresses")
-        with open(path, "w", encoding="utf-8") as file:
-            file.write(addresses)
-        with open(path, encoding="utf-8") as file:
-            return self.timed(runner(line), stdin=file)[0]
+        path = write(os.path.join(self.folder, "addresses"), addresses)
+        with self.fresh() as folder, open(path, encoding="utf-8") as lines:
+            file = f"{folder}/work/{{0}}_{{1}}"
+            line = (f"{component.writer} -a {{0}} {{1}} -i {component.pog} -o {file}; "
+                    f"{component.prover} <{file} | "
+                    f"{component.reader.replace('FILE', file)} >/dev/null; rm {file}")
+            return self.timed(runner(line), stdin=lines)[0]
 
     def in_turns(self, *runs):
         """Runs all of them in every round, each round in the opposite order of the one before; the

@@ -1,5 +1,7 @@
 #include "director/SaveGroup.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -31,13 +33,17 @@ bool SaveGroup::wait(const Ticket& ticket, const std::function<bool()>& save, un
         }
         // Nothing runs and this round is not done, so it is the one that has not begun.
         busy = true;
-        gather(lock, ticket, others, work);
+        joined.wait_for(lock, patience(others, work), [&] {
+            return ticket->size > others;
+        });
         next.reset();
         lock.unlock();
         const Clock::time_point begin = Clock::now();
         const bool succeeded = carryOut(save, failure);
         lock.lock();
-        cost = Clock::now() - begin;
+        const Clock::duration taken = Clock::now() - begin;
+        cost = std::min(last, taken);
+        last = taken;
         busy = false;
         ticket->succeeded = succeeded;
         ticket->done = true;
@@ -50,15 +56,19 @@ bool SaveGroup::wait(const Ticket& ticket, const std::function<bool()>& save, un
     return ticket->succeeded;
 }
 
-/// Lets the others into the round of `ticket` when one save for all of them is worth the wait.
-void SaveGroup::gather(std::unique_lock<std::mutex>& lock, const Ticket& ticket,
-                       unsigned int others, Clock::duration work)
+/// How long a save may wait for others to join it. A save that takes longer than the work between
+/// two would soon have one worker wait while another's is written, turn about; together they are
+/// served by one. Of many workers some end during any save, and so does another in the moments
+/// before it, often enough to spare a save.
+SaveGroup::Clock::duration SaveGroup::patience(unsigned int others, Clock::duration work) const
 {
-    if (others > 0 && work < 2 * cost) {
-        joined.wait_for(lock, work, [&] {
-            return ticket->size > others;
-        });
+    if (others == 0) {
+        return Clock::duration::zero();
     }
+    if (work < 2 * cost) {
+        return work;
+    }
+    return work / others < 2 * cost ? cost / 3 : Clock::duration::zero();
 }
 
 bool SaveGroup::carryOut(const std::function<bool()>& save, std::exception_ptr& failure)

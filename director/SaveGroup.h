@@ -35,14 +35,12 @@ public:
     /// one who runs `save`; it must take its data from within that call. What `save` throws reaches
     /// the one who ran it, and the save has failed for the others.
     ///
-    /// `others` is how many may be about to join as well. When their work between two saves seems
-    /// to be shorter than a save (the caller's own was, since its last one), the save begins once
-    /// they have joined, or after as long as the caller's work took.
+    /// `others` is how many may be about to join as well. The save waits a little for them where
+    /// that promises to spare a save: longest when saves take longer than the work between them.
     bool wait(const Ticket& ticket, const std::function<bool()>& save, unsigned int others = 0);
 
 private:
-    void gather(std::unique_lock<std::mutex>& lock, const Ticket& ticket, unsigned int others,
-                Clock::duration work);
+    Clock::duration patience(unsigned int others, Clock::duration work) const;
     bool carryOut(const std::function<bool()>& save, std::exception_ptr& failure);
 
     std::mutex mutex;
@@ -51,5 +49,7 @@ private:
     // Guarded by `mutex`.
     Ticket next;             ///< the round that has not begun; null when nobody has joined
     bool busy = false;       ///< a save is running, or about to
-    Clock::duration cost{0}; ///< what the last save took
+    Clock::duration last{0}; ///< what the last save took
+    /// What the lesser of the last two saves took: one in many waits for the disk.
+    Clock::duration cost{0};
 };
