@@ -33,8 +33,9 @@ class Bench:
         build_tools(self.tools)
         # Some file systems look at every file that was deleted in the last minutes when they make
         # one in the same part of the disk. This spreads the folders of the runs, so that none pays
-        # for those before; where there is no such flag it does nothing.
-        subprocess.run(["chattr", "+T", folder], stderr=subprocess.DEVNULL, check=False)
+        # for those before; where there is no such flag or tool it does nothing.
+        with contextlib.suppress(FileNotFoundError):
+            subprocess.run(["chattr", "+T", folder], stderr=subprocess.DEVNULL, check=False)
 
     def component(self, goals, jobs, milliseconds=0):
         return Component(self.folder, self.tools, goals, jobs, milliseconds)
@@ -68,8 +69,10 @@ class Bench:
         """A folder for one run, with a folder for its secondary files in it."""
         folder = tempfile.mkdtemp(dir=self.folder)
         os.mkdir(os.path.join(folder, "work"))
-        yield folder
-        shutil.rmtree(folder)
+        try:
+            yield folder
+        finally:
+            shutil.rmtree(folder)
 
     def mechrun(self, component, workers, idle=False):
         """One run over a fresh POS file; with `idle` there is nothing to replay in it."""

@@ -6,6 +6,9 @@ import sys
 TARGETS = {"vs_xargs": 0.80, "vs_parallel": 0.35, "solver": 1.0, "growth_2000": 1.25,
            "growth_20000": 3.0, "wide": 1.15}
 
+# How the figures come about. Another number for every change that moves them.
+METHOD = 2
+
 # More load than this before the first run, and the figures deserve a second look.
 QUIET = 0.5
 
@@ -16,6 +19,12 @@ def read(path):
             return json.loads(file.read().strip().splitlines()[-1])
     except (OSError, ValueError, IndexError) as error:
         sys.exit(f"bench/run: no figures in {path}: {error}")
+
+
+def refuse_other(earlier):
+    """Ends the program when the earlier figures came about in another way."""
+    if earlier is not None and earlier.get("method", 1) != METHOD:
+        sys.exit("bench/run: not comparable: the earlier figures were measured in another way")
 
 
 def show(result, earlier):

@@ -146,7 +146,7 @@ void ProofDirector::stop()
         // What is merged by now is in this save; nothing more will be.
         const std::lock_guard<std::mutex> lock(domMutex);
         stopped = true;
-        ticket = saves->join();
+        ticket = saves->join(true); // no job ends any more
     }
     saves->wait(ticket, [this] {
         return saveDocument(true);

@@ -10,6 +10,7 @@
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
 
+#include <algorithm>
 #include <iostream>
 #include <sstream>
 #include <thread>
@@ -148,7 +149,7 @@ void ProofDirector::mergeResults(const prover_data_t& job, const std::vector<QBy
     const auto save = [this] {
         return saveDocument(true);
     };
-    saves->wait(ticket, save, concurrency - 1);
+    saves->wait(ticket, save, std::max(concurrency, 1U) - 1);
 }
 
 /// Applies the line of every goal and appends its mark to `report`. Returns whether some line was

@@ -8,15 +8,22 @@ namespace
 /// When the calling thread was served last.
 thread_local std::chrono::steady_clock::time_point served;
 
+/// After so many waits in a row that brought nobody, since the other workers are busy with longer
+/// jobs or have ended, ...
+constexpr unsigned int MOST_IN_VAIN = 4;
+/// ... only one save in so many waits.
+constexpr unsigned int NEXT_TRY = 16;
+
 } // namespace
 
-SaveGroup::Ticket SaveGroup::join()
+SaveGroup::Ticket SaveGroup::join(bool hurry)
 {
     const std::lock_guard<std::mutex> lock(mutex);
     if (!next) {
         next = std::make_shared<Round>();
     }
     ++next->size;
+    next->hurry = next->hurry || hurry;
     joined.notify_all();
     return next;
 }
@@ -33,9 +40,7 @@ bool SaveGroup::wait(const Ticket& ticket, const std::function<bool()>& save, un
         }
         // Nothing runs and this round is not done, so it is the one that has not begun.
         busy = true;
-        joined.wait_for(lock, patience(others, work), [&] {
-            return ticket->size > others;
-        });
+        gather(lock, *ticket, others, work);
         next.reset();
         lock.unlock();
         const Clock::time_point begin = Clock::now();
@@ -66,9 +71,21 @@ SaveGroup::Clock::duration SaveGroup::patience(unsigned int others, Clock::durat
         return Clock::duration::zero();
     }
     if (work < 2 * cost) {
-        return work;
+        const bool tried = inVain >= MOST_IN_VAIN && inVain % NEXT_TRY != 0;
+        return tried ? Clock::duration::zero() : work;
     }
     return work / others < 2 * cost ? cost / 3 : Clock::duration::zero();
+}
+
+/// Lets others into the round that is about to begin.
+void SaveGroup::gather(std::unique_lock<std::mutex>& lock, const Round& round, unsigned int others,
+                       Clock::duration work)
+{
+    const unsigned int before = round.size;
+    joined.wait_for(lock, patience(others, work), [&] {
+        return round.size > others || round.hurry;
+    });
+    inVain = round.size > before || before > others ? 0 : inVain + 1;
 }
 
 bool SaveGroup::carryOut(const std::function<bool()>& save, std::exception_ptr& failure)

@@ -20,6 +20,7 @@ class SaveGroup
 
     struct Round {
         unsigned int size = 0; ///< how many have joined
+        bool hurry = false;    ///< it must not wait for more
         bool done = false;
         bool succeeded = false;
     };
@@ -28,8 +29,9 @@ public:
     using Ticket = std::shared_ptr<Round>;
 
     /// A place in the next save to begin. Taken under the lock that guards the data to be saved,
-    /// it makes tickets and changes come in the same order.
-    Ticket join();
+    /// it makes tickets and changes come in the same order. With `hurry` the save waits for nobody
+    /// else.
+    Ticket join(bool hurry = false);
 
     /// Returns, once the save of `ticket` has ended, whether it succeeded. The caller may be the
     /// one who runs `save`; it must take its data from within that call. What `save` throws reaches
@@ -41,6 +43,8 @@ public:
 
 private:
     Clock::duration patience(unsigned int others, Clock::duration work) const;
+    void gather(std::unique_lock<std::mutex>& lock, const Round& round, unsigned int others,
+                Clock::duration work);
     bool carryOut(const std::function<bool()>& save, std::exception_ptr& failure);
 
     std::mutex mutex;
@@ -49,6 +53,7 @@ private:
     // Guarded by `mutex`.
     Ticket next;             ///< the round that has not begun; null when nobody has joined
     bool busy = false;       ///< a save is running, or about to
+    unsigned int inVain = 0; ///< saves in a row that nobody joined late
     Clock::duration last{0}; ///< what the last save took
     /// What the lesser of the last two saves took: one in many waits for the disk.
     Clock::duration cost{0};

@@ -54,26 +54,32 @@ TEST(SaveGroupTest, WhoJoinsDuringASaveIsServedByOneSaveAfterIt)
     }));
 }
 
-TEST(SaveGroupTest, ASaveLongerThanTheWorkBetweenLetsTheOthersIn)
+TEST(SaveGroupTest, ASaveLongerThanTheWorkBetweenWaitsForTheOthersOrForAHurry)
 {
     using namespace std::chrono_literals;
-    SaveGroup group;
-    int saves = 0;
-    const auto save = [&saves] {
-        ++saves;
-        std::this_thread::sleep_for(saves <= 2 ? 150ms : 0ms);
-        return true;
-    };
-    EXPECT_TRUE(group.wait(group.join(), save));
-    EXPECT_TRUE(group.wait(group.join(), save));
-    std::this_thread::sleep_for(200ms); // the work
-    std::thread other([&] {
-        std::this_thread::sleep_for(10ms);
-        EXPECT_TRUE(group.wait(group.join(), save, 1));
-    });
-    EXPECT_TRUE(group.wait(group.join(), save, 1));
-    other.join();
-    EXPECT_EQ(saves, 3);
+    constexpr auto WORK = 150ms;
+    for (const bool hurry : {false, true}) {
+        SaveGroup group;
+        int saves = 0;
+        const auto save = [&saves] {
+            std::this_thread::sleep_for(++saves <= 2 ? 100ms : 0ms);
+            return true;
+        };
+        EXPECT_TRUE(group.wait(group.join(), save));
+        EXPECT_TRUE(group.wait(group.join(), save));
+        std::this_thread::sleep_for(WORK);
+
+        const auto begin = std::chrono::steady_clock::now();
+        const SaveGroup::Ticket ticket = group.join();
+        std::thread other([&] {
+            std::this_thread::sleep_for(10ms);
+            EXPECT_TRUE(group.wait(group.join(hurry), save));
+        });
+        EXPECT_TRUE(group.wait(ticket, save, hurry ? 7 : 1));
+        other.join();
+        EXPECT_EQ(saves, 3) << hurry;
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, WORK) << hurry;
+    }
 }
 
 } // namespace
