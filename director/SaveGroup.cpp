@@ -10,7 +10,7 @@ thread_local std::chrono::steady_clock::time_point served;
 
 /// After so many waits in a row that brought nobody, since the other workers are busy with longer
 /// jobs or have ended, ...
-constexpr unsigned int MOST_IN_VAIN = 4;
+constexpr unsigned int MOST_IN_VAIN = 8;
 /// ... only one save in so many waits.
 constexpr unsigned int NEXT_TRY = 16;
 

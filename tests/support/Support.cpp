@@ -16,7 +16,6 @@ TempDir::TempDir()
 {
     std::string pattern = (std::filesystem::temp_directory_path() / "mechrun-test-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) {
-        std::perror("mkdtemp");
         std::abort();
     }
     root = pattern;
@@ -105,36 +104,36 @@ std::string posText(const std::string& goals)
 
 std::string statusesOf(const std::string& posPath)
 {
-    const QString status = QStringLiteral("status");
+    const auto status = [](const QDomElement& element) {
+        return element.attribute(QStringLiteral("status")).toStdString();
+    };
+    std::string text;
     const QDomDocument document = documentOf(contentOf(posPath));
-    QStringList obligations;
     for (const QDomElement& obligation : childrenOf(document.documentElement())) {
-        QStringList goals;
+        text += obligation.previousSibling().isNull() ? "" : " |";
         for (const QDomElement& goal : childrenOf(obligation, QStringLiteral("Simple_Goal"))) {
-            QString words = goal.attribute(status);
+            text += (text.empty() ? "" : " ") + status(goal);
             for (const QDomElement& mechanism : childrenOf(goal, QStringLiteral("Mechanism"))) {
-                QStringList drivers;
+                text += "/" + status(mechanism);
                 for (const QDomElement& driver : childrenOf(mechanism)) {
-                    drivers << driver.attribute(status);
+                    text += (driver.previousSibling().isNull() ? "/" : ",") + status(driver);
                 }
-                words += QStringLiteral("/%1/").arg(mechanism.attribute(status)) +
-                         drivers.join(QLatin1Char(','));
             }
-            goals << words;
         }
-        obligations << goals.join(QLatin1Char(' '));
     }
-    return obligations.join(QStringLiteral(" | ")).toStdString();
+    return text;
 }
 
-Driver driverSaying(const TempDir& dir, const std::string& name, const std::string& verdicts)
+Driver driverSaying(const TempDir& dir, const std::string& name, const std::string& verdicts,
+                    const std::string& attributes)
 {
-    Driver driver;
-    driver.name = name;
-    driver.writer.path =
-        dir.script("writer", "while [ \"$1\" != -o ]; do shift; done; echo x > \"$2\"");
-    driver.reader.path = dir.script("reader-" + name, "read line && printf '%s\\n' " + verdicts);
-    return driver;
+    const std::string writer = "while [ \"$1\" != -o ]; do shift; done; echo x > \"$2\"";
+    const std::string reader = "read line && printf '%s\\n' " + verdicts;
+    return {name,
+            attributes,
+            {dir.script("writer", writer)},
+            {},
+            {dir.script("reader-" + name, reader)}};
 }
 
 std::string mechanismText(const std::string& trust, const std::vector<Driver>& drivers)

@@ -98,7 +98,8 @@ struct Driver {
 
 /// A driver with tools that work, made in `dir`: its reader prints `verdicts`, one word a goal,
 /// when the prover prints the file on its standard input.
-Driver driverSaying(const TempDir& dir, const std::string& name, const std::string& verdicts);
+Driver driverSaying(const TempDir& dir, const std::string& name, const std::string& verdicts,
+                    const std::string& attributes = "");
 
 /// A mechanism file.
 std::string mechanismText(const std::string& trust, const std::vector<Driver>& drivers);
