@@ -20,33 +20,32 @@ QByteArray joined(const std::vector<QByteArray>& pieces)
 
 TEST(DocumentText, PiecesAreTheTextOfTheWholeBeforeAndAfterChanges)
 {
-    const std::string po = "<Proof_Obligation><Tag>t&amp;\"é</Tag><Simple_Goal status='Proved'>"
-                           "<Mechanism name='a&lt;b&quot;&apos;&#10;&#9;é😀'/></Simple_Goal>"
-                           "</Proof_Obligation>";
-    DocumentText text;
+    QString characters; // all of the first and the last ones, and some of those in between
+    for (int code = 1; code < 0x10000; code += code < 0x300 || code > 0xFE00 ? 1 : 61) {
+        characters.append(QChar(code));
+    }
+    const std::string po = "<Proof_Obligation><Tag>t&amp;\"é</Tag><Mechanism "
+                           "name='a&lt;b&quot;&apos;&#10;&#9;é😀'/></Proof_Obligation>";
     const std::string documents[] = {
         "",
         "<r/>",
         "<r>a</r>",
-        "<r>" + po + po + po + "</r>",
         "<?a b?><r><!--one-->" + po + "<?c d?><u>" + po + "</u><Proof_Obligation/><v>t<w/></v>" +
             po + "<!--three--></r><?g h?>",
         "<r>text first" + po + po + "</r>",
         "<r>" + po + po + "text last</r>",
-        "<r>a" + po + "&lt;" + po + "]]&gt;</r>",
-        "<r><![CDATA[<a>]]>" + po + "</r>",
-        "<r>" + po + "<![CDATA[<a>]]></r>",
+        "<r><![CDATA[<a>]]>" + po + "&lt;]]&gt;</r>",
         "<!--a &a; b--><!----><r>" + po + "</r><!--&b;-->", // what the text is cut at
         "<!--a &a; b--><!----><r>text" + po + "</r><!--&b;-->",
         "<?xml version='1.0'?><!DOCTYPE r PUBLIC 'p' 'x.dtd' [<!ENTITY e 'v'>"
         "<!NOTATION n SYSTEM 's'>]><!--c--><r>&e;" +
             po + "</r>",
-        "<?xml version='1.0' encoding='utf-8'?><r a='é'>" + po + "é</r>",
         "<?xml version='1.0' encoding='ISO-8859-1'?><r a='&#x20ac;'>" + po + "&#x20ac;</r>",
         "<?xml version='1.0' encoding='US-ASCII' standalone='yes'?><r>" + po + "&#xe9;</r>",
         "<?xml version='1.0' encoding='nothing'?><r>" + po + "&#xe9;</r>",
         "<n:r xmlns:n='u' z='1' y='2' x='3' w='4' v='5'><n:x n:a='b'/>" + po + "</n:r>",
     };
+    DocumentText text;
     for (const std::string& xml : documents) {
         QDomDocument document;
         document.setContent(QByteArray::fromStdString(xml));
@@ -58,10 +57,10 @@ TEST(DocumentText, PiecesAreTheTextOfTheWholeBeforeAndAfterChanges)
         std::size_t index = 0;
         for (QDomElement obligation :
              test::childrenOf(document.documentElement(), TAG_PROOF_OBLIGATION)) {
-            obligation.setAttribute(ATTR_STATUS, QString::fromUtf8("€é"));
-            obligation.appendChild(document.createElement(TAG_MECHANISM));
+            obligation.setAttribute(ATTR_STATUS, characters);
+            obligation.appendChild(document.createTextNode(characters));
             text.changed(index++);
-            EXPECT_EQ(joined(text.pieces()), document.toByteArray(XML_INDENT)) << xml;
+            EXPECT_TRUE(joined(text.pieces()) == document.toByteArray(XML_INDENT)) << xml;
         }
         // Enough attributes come and go that a copy of the element would have another order.
         for (int step = 0; step < 160; ++step) {
@@ -70,25 +69,7 @@ TEST(DocumentText, PiecesAreTheTextOfTheWholeBeforeAndAfterChanges)
                        : document.documentElement().removeAttribute(name);
         }
         text.allChanged();
-        EXPECT_EQ(joined(text.pieces()), document.toByteArray(XML_INDENT)) << xml;
-    }
-}
-
-TEST(DocumentText, EveryCharacterIsWrittenAsInTheWhole)
-{
-    QString all;
-    for (ushort code = 1; code != 0; ++code) {
-        all.append(QChar(code));
-    }
-    for (const char* const xml :
-         {"<r><p/></r>", "<?xml version='1.0' encoding='latin1'?><r><p/></r>"}) {
-        QDomDocument document = test::documentOf(xml);
-        QDomElement child = document.documentElement().firstChildElement();
-        child.setAttribute(ATTR_NAME, all);
-        child.appendChild(document.createTextNode(all));
-        DocumentText text;
-        text.setDocument(document);
-        EXPECT_EQ(joined(text.pieces()), document.toByteArray(XML_INDENT)) << xml;
+        EXPECT_TRUE(joined(text.pieces()) == document.toByteArray(XML_INDENT)) << xml;
     }
 }
 
@@ -113,10 +94,9 @@ TEST(DocumentText, AChangeCostsOnlyTheObligationThatIsNamed)
 TEST(DocumentText, TheDeclarationNamesTheEncodingThatIsWritten)
 {
     const char* const rows[][3] = {
-        {"xml", "encoding='ISO-8859-1' standalone='yes'", "encoding='UTF-8' standalone='yes'"},
-        {"xml", "encoding = \"windows-1252\"", "encoding = \"UTF-8\""},
+        {"xml", "encoding = \"ISO-8859-1\" standalone='yes'",
+         "encoding = \"UTF-8\" standalone='yes'"},
         {"xml", "encoding='uTf-8'", "encoding='uTf-8'"},
-        {"xml", "standalone='no'", "standalone='no'"},
         {"other", "encoding='x'", "encoding='x'"},
     };
     for (const auto& [target, before, after] : rows) {

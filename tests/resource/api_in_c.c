@@ -8,9 +8,7 @@ void api_in_c(void)
 {
     load_resources(NULL, NULL, "file");
     set_resource("Tool", "key", "value");
-    if (lookup_resource("Tool", "key") != NULL && get_resource_manager() != NULL) {
-        puts("found");
-    }
+    puts(lookup_resource("Tool", "key") && get_resource_manager() ? "found" : "none");
     print_resources(stdout);
     resource_info();
     save_resources();

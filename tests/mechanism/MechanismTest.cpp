@@ -1,14 +1,16 @@
-#include "mechanism/Mechanism.h"
+// Reading a mechanism file, locating its tools, and the dump of what was read.
 
+#include "mechanism/Mechanism_p.h"
+#include "resource/p_api.h"
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iomanip>
 #include <iostream>
 #include <stdexcept>
-#include <string>
 
 namespace
 {
@@ -28,9 +30,9 @@ std::string driver(const std::string& attributes = "", const std::string& tools 
     return "<driver " + attributes + ">" + tools + "</driver>";
 }
 
-std::string writes(const std::string& children)
+std::string writes(const std::string& children, const std::string& others = prover() + R)
 {
-    return driver("", "<writer path='/bin/sh'>" + children + "</writer>" + prover() + R);
+    return driver("", "<writer path='/bin/sh'>" + children + "</writer>" + others);
 }
 
 std::string file(const std::string& children, const std::string& attributes = "")
@@ -75,41 +77,29 @@ std::string outcome(const std::string& xml)
     return text.str() + errors.text();
 }
 
-TEST(ReadMechanism, EveryRuleOfTheFileHolds)
+TEST(Mechanism, EveryRuleOfTheFileHolds)
 {
     const std::string named = "<definition name='d'><param value='${timeout}'/></definition>";
     const std::string d = "<expand name='d'/>";
     const std::string x = "<expand name='x'/>"; // not met when the tool is missing
     const std::string mark = "<param name='${timeout}' value='${timeout}${TIMEOUT}'/>";
     const std::string plain = ".po2 0 W P -1 stdin R\n";
-    const struct {
-        const char* label;
-        std::string xml;
-        std::string expected;
-    } rows[] = {
-        {"defaults, drivers in order", file(driver("name='b'") + driver("name='a'")),
-         "true m 0\nb" + plain + "a" + plain},
+    const std::string rows[][3] = {
         {"words and texts given as empty",
-         file(driver("group='related' fast='true' ext=''") + driver("group='full' fast='True'") +
-                  driver("fast='1'", W + prover("input='STDIN'") + R) +
-                  driver("fast=''", W + prover("input='' timeout=''") + R),
+         file(driver("name='b' group='related' fast='true' ext=''") +
+                  driver("group='full' fast='True'", W + prover("input='STDIN'") + R) +
+                  driver("name='a'", W + prover("input='' timeout=''") + R) + driver(),
               "trust='redundancy'"),
-         "true m 1\n. 1 fast W P -1 stdin R\n.po2 2 W P -1 stdin R\n"
-         ".po2 0 W P -1 file R\n.po2 0 W P -1 file R\n"},
+         "true m 1\nb. 1 fast W P -1 stdin R\n.po2 2 W P -1 file R\na.po2 0 W P -1 file R\n" +
+             plain},
         {"null and empty parameter texts differ",
          file(writes("<param/><param name='' separator='' value=''/>"), "trust='always'"),
          "true m 2\n.po2 0 W ~[ ]~ [][][] P -1 stdin R\n"},
         {"a timeout goes as written into the prover's values only, expanded ones included",
-         file(named +
-              driver("", "<writer path='/bin/sh'>" + d + "</writer>" +
-                             prover("timeout='030'", mark + "<param/>" + d) +
-                             "<reader path='/bin/sh'>" + d + "</reader>") +
-              driver("", W + prover("timeout='soon'", mark) + R) +
+         file(named + writes(d, prover("timeout='030'", mark + d) + R) +
               driver("", W + prover("timeout=''", mark) + R)),
          "true m 0\n.po2 0 W ~[ ][${timeout}] P 30 stdin [${timeout}][ ][030${TIMEOUT}]"
-         " ~[ ]~ ~[ ][030] R ~[ ][${timeout}]\n"
-         ".po2 0 W P 0 stdin [${timeout}][ ][soon${TIMEOUT}] R\n"
-         ".po2 0 W P -1 stdin [${timeout}][ ][${timeout}${TIMEOUT}] R\n"},
+         " ~[ ][030] R\n.po2 0 W P -1 stdin [${timeout}][ ][${timeout}${TIMEOUT}] R\n"},
         {"own parameters come first; a param after the definition is another or replaces it",
          file(named + "<x/><param name='x'/><param name='d'><param name='new'/></param>" +
               writes(d + x + "<param name='own'/>" + d)),
@@ -119,7 +109,6 @@ TEST(ReadMechanism, EveryRuleOfTheFileHolds)
               driver("", "<x><writer/></x>" + W + prover() + R + "<writer path='/no'/>")),
          "true m 0\n" + plain},
         {"another document", "<other trust='x'>" + driver() + "</other>", "true m 0\n"},
-        {"broken after a driver", "<mechanism trust='always'>" + driver(), "true m 0\n"},
         {"empty trust", file(driver(), "trust=''"), "map::at m 0\n"},
         {"unknown group", file(driver() + driver("group='Full'")), "map::at m 0\n" + plain},
         {"second definition", file(named + "<definition name='x'/>" + writes(x)), "map::at m 0\n"},
@@ -133,22 +122,56 @@ TEST(ReadMechanism, EveryRuleOfTheFileHolds)
          file(driver("", W + prover() + "<reader name='r' path='\"a b\"'>" + x + "</reader>")),
          "false m 0\nTool path does not exists: \"a b\"\nCannot locate tool r\n"},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(outcome(row.xml), row.expected) << row.label;
+    for (const auto& [label, xml, expected] : rows) {
+        EXPECT_EQ(outcome(xml), expected) << label;
     }
 }
 
-TEST(ReadMechanism, LeavesTheModelUntouchedWhenTheFileCannotBeRead)
+TEST(Mechanism, ADefinedResourceWinsOverThePath)
 {
-    const test::Captured log(std::clog);
-    mechanism_t out;
-    out.name = "before";
-    EXPECT_FALSE(ofFile(QString::fromUtf8("/no/Übung.xml"), out));
-    EXPECT_EQ(log.text() + out.name, "Cannot open '/no/Übung.xml'.\nbefore");
+    const test::TempDir dir;
+    const std::string resources = dir.write("resources", "ORN*Proof*Solver: /opt//bin/./Lösung/\n"
+                                                         "ORN*Other*Elsewhere: /other\n"
+                                                         "ORN*Proof*Empty: \\\n\n");
+    init_resource_manager();
+    load_resources(resources.c_str(), nullptr, nullptr);
+    const char* const rows[][2] = {
+        {"", "/a//b/"},
+        {"X*Proof*Solver", "/opt/bin/Lösung"},
+        {"Other*Elsewhere", "/a//b/"},
+        {"Empty", "/a//b/"},
+    };
+    for (const auto& [resource, path] : rows) {
+        EXPECT_EQ(computePath(QStringLiteral("/a//b/"), QString::fromUtf8(resource)),
+                  QString::fromUtf8(path));
+    }
+    delete_ormalin_resources();
+}
+
+TEST(Mechanism, AToolThatIsMissingOrNotExecutableIsRefused)
+{
+    const test::TempDir dir;
+    const std::string script = dir.script("tülle", "");
+    const std::string text = dir.write("text", "");
+    const std::string link = dir.path("link");
+    std::filesystem::create_symlink(dir.path("gone"), link);
+    const std::string withNul = script + std::string("\0x", 2);
+    const std::pair<std::string, std::string> rows[] = {
+        {dir.path(), ""},
+        {"sh", "Tool path does not exists: sh\n"},
+        {link, "Tool path does not exists: " + link + "\n"},
+        {text, "Tool path not executable: " + text + "\n"},
+        {withNul, "Tool path does not exists: " + withNul + "\n"},
+    };
+    for (const auto& [path, line] : rows) {
+        const test::Captured errors(std::cerr);
+        EXPECT_EQ(checkPath(QString::fromStdString(path)), line.empty()) << path;
+        EXPECT_EQ(errors.text(), line);
+    }
 }
 
 // Also: only paths with a blank are quoted, and after their check.
-TEST(MechanismDump, KeepsItsTextWhateverTheStreamIsSetTo)
+TEST(Mechanism, TheDumpKeepsItsTextWhateverTheStreamIsSetTo)
 {
     const test::TempDir dir;
     const std::string tool = dir.script("my tools/é", "");
@@ -161,6 +184,9 @@ TEST(MechanismDump, KeepsItsTextWhateverTheStreamIsSetTo)
              "trust='always'");
     mechanism_t mechanism;
     ASSERT_TRUE(ofFile(QString::fromStdString(dir.write("m.xml", xml)), mechanism));
+    const test::Captured log(std::clog);
+    EXPECT_FALSE(ofFile(QString::fromUtf8("/no/Übung.xml"), mechanism)); // which leaves it alone
+    EXPECT_EQ(log.text(), "Cannot open '/no/Übung.xml'.\n");
     mechanism.drivers[1].group = static_cast<group_t>(3);
     std::ostringstream stream;
     stream << std::hex << std::setfill('#') << std::setw(40);
@@ -178,9 +204,7 @@ TEST(MechanismDump, KeepsItsTextWhateverTheStreamIsSetTo)
                            "timeout = '30'\ninput = stdin'\n\n[parameters]\nsize = 1\n"
                            "[parameter]\nname = '-t'\nseparator = ' '\nvalue = ''\n\n"
                            "[reader]\n\n[tool]\nname = ''\n" +
-                           located +
-                           "\n[parameters]\nsize = 0\n\n"
-                           "[driver]\nname = ''\n";
+                           located + "\n[parameters]\nsize = 0\n\n[driver]\nname = ''\n";
     std::replace(expected.begin(), expected.end(), '\'', '"');
     EXPECT_EQ(stream.str(), expected);
 }
