@@ -129,7 +129,7 @@ private:
 /// expects to be ended by it. Naming all of them spares a start a question to the system for each.
 const sigset_t& defaultSignals()
 {
-    static const sigset_t signals = [] {
+    static const sigset_t reset = [] {
         sigset_t set;
         sigfillset(&set);
         for (int signal = 1; signal <= SIGRTMAX; ++signal) {
@@ -141,7 +141,7 @@ const sigset_t& defaultSignals()
         }
         return set;
     }();
-    return signals;
+    return reset;
 }
 
 /// Starts a program with these standard streams; returns once it runs or cannot. Never throws: a

@@ -4,9 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QRegularExpression>
+
 #include <algorithm>
 #include <csignal>
-#include <regex>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -248,8 +249,8 @@ TEST_F(Run, ChildrenGetDefaultSignalsAndNoForeignFiles)
     EXPECT_EQ(statuses(), "Proved/Proved/Proved");
     const std::string child = test::contentOf(dir.path("child"));
     // SIGPIPE and SIGTERM share a digit.
-    const std::regex signals("SigBlk:\t0{16}\nSigIgn:\t.{12}[028a]");
-    EXPECT_TRUE(std::regex_search(child, signals)) << child;
+    const QRegularExpression untouched(QStringLiteral("SigBlk:\t0{16}\nSigIgn:\t.{12}[028a]"));
+    EXPECT_TRUE(untouched.match(QString::fromStdString(child)).hasMatch()) << child;
     // Its three streams, and what ls opened for itself.
     const std::string files = test::contentOf(dir.path("files"));
     EXPECT_EQ(std::count(files.begin(), files.end(), '\n'), 4) << files;

@@ -352,9 +352,10 @@ TEST_F(ProofDirectorTest, FiltersChooseTheDriversThatPlay)
                                                driverSaying(dir, "D2", "Proved", "fast='true'"),
                                                driverSaying(dir, "D3", "Proved")};
     const std::string open = "Unproved/Unproved/Unproved";
+    const std::string goals = "Unproved/Unproved/Proved " + open + ",Proved " + open;
     for (auto [settings, report] : rows) {
         settings.trace = 2; // only the first level brings progress lines
-        make(drivers, "Unproved/Unproved/Proved " + open + ",Proved " + open, settings);
+        make(drivers, goals, settings);
         EXPECT_EQ(replay(), report);
         EXPECT_EQ(log, "");
     }
@@ -394,7 +395,6 @@ TEST_F(ProofDirectorTest, JobsRunInPartsAndHeadingsOnlyGoForward)
     EXPECT_NE(early.find("PO_2</name>\n\t\t\t<m/>"), std::string::npos) << "nothing is written";
     made->prepareDriver(0);
     made->writeJob();
-    EXPECT_EQ(report.text(), early) << "nothing is proved";
     made->proveEntry(1);
     made->proveEntry(0);
     EXPECT_EQ(report.text().substr(early.size()),

@@ -56,13 +56,13 @@ TEST(SaveGroupTest, WhoJoinsDuringASaveIsServedByOneSaveAfterIt)
 
 TEST(SaveGroupTest, ASaveLongerThanTheWorkBetweenWaitsForTheOthersOrForAHurry)
 {
-    using namespace std::chrono_literals;
-    constexpr auto WORK = 150ms;
+    using std::chrono::milliseconds;
+    constexpr milliseconds WORK(150);
     for (const bool hurry : {false, true}) {
         SaveGroup group;
         int saves = 0;
         const auto save = [&saves] {
-            std::this_thread::sleep_for(++saves <= 2 ? 100ms : 0ms);
+            std::this_thread::sleep_for(milliseconds(++saves <= 2 ? 100 : 0));
             return true;
         };
         EXPECT_TRUE(group.wait(group.join(), save));
@@ -72,7 +72,7 @@ TEST(SaveGroupTest, ASaveLongerThanTheWorkBetweenWaitsForTheOthersOrForAHurry)
         const auto begin = std::chrono::steady_clock::now();
         const SaveGroup::Ticket ticket = group.join();
         std::thread other([&] {
-            std::this_thread::sleep_for(10ms);
+            std::this_thread::sleep_for(milliseconds(10));
             EXPECT_TRUE(group.wait(group.join(hurry), save));
         });
         EXPECT_TRUE(group.wait(ticket, save, hurry ? 7 : 1));
