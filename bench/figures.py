@@ -21,6 +21,18 @@ def parallel(workers):
     return lambda line: ["parallel", "-j", str(workers), "--colsep", " ", line.format("{1}", "{2}")]
 
 
+# Peak memory of a command in KiB. A process counts the memory of the one that started it until it
+# runs its program, and this one holds whole documents; so a small one starts it.
+PEAK = """
+import os, sys
+pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ,
+                     file_actions=[(os.POSIX_SPAWN_OPEN, 1, os.devnull, os.O_WRONLY, 0)])
+_, status, usage = os.wait4(pid, 0)
+print(usage.ru_maxrss)
+sys.exit(os.waitstatus_to_exitcode(status))
+"""
+
+
 class Bench:
     """Where the runs take place, how one is timed, and the figures."""
 
@@ -54,15 +66,13 @@ class Bench:
 
     @staticmethod
     def timed(command, **options):
-        """Wall time in seconds and peak memory in KiB of a command, which must succeed."""
+        """Wall time in seconds of a command, which must succeed."""
         begin = time.monotonic()
-        process = subprocess.Popen(command, stdout=subprocess.DEVNULL, **options)
-        _, status, usage = os.wait4(process.pid, 0)
+        status = subprocess.run(command, stdout=subprocess.DEVNULL, check=False, **options).returncode
         seconds = time.monotonic() - begin
-        process.returncode = os.waitstatus_to_exitcode(status)
-        if process.returncode != 0:
-            sys.exit(f"bench/run: status {process.returncode}: {' '.join(command)}")
-        return seconds, usage.ru_maxrss
+        if status != 0:
+            sys.exit(f"bench/run: status {status}: {' '.join(command)}")
+        return seconds
 
     @contextlib.contextmanager
     def fresh(self):
@@ -74,15 +84,23 @@ class Bench:
         finally:
             shutil.rmtree(folder)
 
-    def mechrun(self, component, workers, idle=False):
-        """One run over a fresh POS file; with `idle` there is nothing to replay in it."""
+    @staticmethod
+    def peak(command):
+        """Peak memory of a command in KiB."""
+        return int(subprocess.run([sys.executable, "-S", "-c", PEAK, *command], check=True,
+                                  stdout=subprocess.PIPE).stdout)
+
+    def mechrun(self, component, workers, idle=False, measure=None):
+        """What `measure` says (the wall time, when not given) of a run over a fresh POS file; with
+        `idle` there is nothing to replay in it."""
         with self.fresh() as folder:
             pos = os.path.join(folder, "component.pos")
             write(pos, component.idle_text if idle else component.text)
             resources = ["-r", component.resources] if component.resources else []
-            measured = self.timed([self.binary, *resources, "-m" + component.mechanism, "-s", pos,
-                                   "-p", component.pog, "-d", os.path.join(folder, "work"),
-                                   "-c" + str(workers)])
+            command = [self.binary, *resources, "-m" + component.mechanism, "-s", pos,
+                       "-p", component.pog, "-d", os.path.join(folder, "work"),
+                       "-c" + str(workers)]
+            measured = (measure or self.timed)(command)
             if not idle:
                 self.check(component, pos)
         return measured
@@ -106,7 +124,7 @@ class Bench:
             line = (f"{component.writer} -a {{0}} {{1}} -i {component.pog} -o {file}; "
                     f"{component.prover} <{file} | "
                     f"{component.reader.replace('FILE', file)} >/dev/null; rm {file}")
-            return self.timed(runner(line), stdin=lines)[0]
+            return self.timed(runner(line), stdin=lines)
 
     def in_turns(self, *runs):
         """Runs all of them in every round, each round in the opposite order of the one before; the
@@ -121,7 +139,7 @@ class Bench:
     # The figures.
 
     def against(self, name, component, workers, runner):
-        rounds = self.in_turns(lambda: self.mechrun(component, workers)[0],
+        rounds = self.in_turns(lambda: self.mechrun(component, workers),
                                lambda: self.shell(component, runner))
         jobs = len(component.addresses)
         return {name: ([ours / theirs for ours, theirs in rounds], ""),
@@ -143,32 +161,30 @@ class Bench:
         runs = [lambda c=component, i=idle: self.mechrun(c, 2, i)
                 for component in components for idle in (False, True)]
         costs = {size: [] for size in sizes}
-        peaks = {size: [] for size in sizes}
         for results in self.in_turns(*runs):
             for size, full, idle in zip(sizes, results[::2], results[1::2]):
-                costs[size].append((full[0] - idle[0]) / 200 * 1000)
-                peaks[size].append(full[1])
+                costs[size].append((full - idle) / 200 * 1000)
         result = {}
         for size in sizes[1:]:
             result[f"growth_{size}"] = ([c / b for c, b in zip(costs[size], costs[200])], "")
         for size in sizes:
             result[f"job_{size}"] = (costs[size], "ms")
-        for size in sizes[2:]:
-            more = [p - b for p, b in zip(peaks[size], peaks[200])]
-            result[f"memory_{size}"] = ([m / (size - 200) for m in more], "KiB a goal")
+        peaks = [self.mechrun(component, 2, measure=self.peak) for component in components]
+        for size, peak in list(zip(sizes, peaks))[2:]:
+            result[f"memory_{size}"] = ([(peak - peaks[0]) / (size - sizes[0])], "KiB a goal")
         return result
 
     def wide(self):
         component = self.component(20000, 1000, milliseconds=50)
-        rounds = self.in_turns(lambda: self.mechrun(component, 16)[0],
-                               lambda: self.mechrun(component, 16, idle=True)[0],
+        rounds = self.in_turns(lambda: self.mechrun(component, 16),
+                               lambda: self.mechrun(component, 16, idle=True),
                                lambda: self.shell(component, xargs(16)))
         return {"wide": ([(full - idle) / theirs for full, idle, theirs in rounds], "")}
 
     def workers(self):
         component = self.component(2000, 1000)
         counts = (1, 2, 4, 64)
-        rounds = self.in_turns(*(lambda n=count: self.mechrun(component, n)[0] for count in counts))
+        rounds = self.in_turns(*(lambda n=count: self.mechrun(component, n) for count in counts))
         return {f"workers_{count}": ([results[index] for results in rounds], "s")
                 for index, count in enumerate(counts)}
 

@@ -241,15 +241,16 @@ TEST_F(Run, ChildrenGetDefaultSignalsAndNoForeignFiles)
     driver.prover = {"/bin/cat", "", "<param value='/proc/self/status'/>"};
     driver.reader.path = dir.script("reader", "cat > child; ls /proc/self/fd > files; echo Proved");
     component({driver}, "Unproved/Unproved/Proved");
-    // Ignored, SIGCHLD would hide from the program how its tools ended.
-    const Outcome outcome =
-        run(FILES + "-m mechs/mech.xml", "env --ignore-signal=CHLD --block-signal ");
+    // Ignored, SIGCHLD would hide from the program how its tools ended. SIGHUP is nohup's.
+    const Outcome outcome = run(FILES + "-m mechs/mech.xml",
+                                "env --ignore-signal=CHLD --ignore-signal=HUP --block-signal ");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.err, "");
     EXPECT_EQ(statuses(), "Proved/Proved/Proved");
     const std::string child = test::contentOf(dir.path("child"));
-    // SIGPIPE and SIGTERM share a digit.
-    const QRegularExpression untouched(QStringLiteral("SigBlk:\t0{16}\nSigIgn:\t.{12}[028a]"));
+    // SIGPIPE and SIGTERM share a digit; SIGHUP is in the last one.
+    const QRegularExpression untouched(
+        QStringLiteral("SigBlk:\t0{16}\nSigIgn:\t.{12}[028a].{2}[13579bdf]"));
     EXPECT_TRUE(untouched.match(QString::fromStdString(child)).hasMatch()) << child;
     // Its three streams, and what ls opened for itself.
     const std::string files = test::contentOf(dir.path("files"));

@@ -62,7 +62,7 @@ TEST(SaveGroupTest, ASaveLongerThanTheWorkBetweenWaitsForTheOthersOrForAHurry)
         SaveGroup group;
         int saves = 0;
         const auto save = [&saves] {
-            std::this_thread::sleep_for(milliseconds(++saves <= 2 ? 100 : 0));
+            std::this_thread::sleep_for(milliseconds(++saves <= 2 ? 200 : 0));
             return true;
         };
         EXPECT_TRUE(group.wait(group.join(), save));
