@@ -57,7 +57,7 @@ TEST(SaveGroupTest, WhoJoinsDuringASaveIsServedByOneSaveAfterIt)
 TEST(SaveGroupTest, ASaveLongerThanTheWorkBetweenWaitsForTheOthersOrForAHurry)
 {
     using std::chrono::milliseconds;
-    constexpr milliseconds WORK(150);
+    constexpr milliseconds WORK(300);
     for (const bool hurry : {false, true}) {
         SaveGroup group;
         int saves = 0;
@@ -72,7 +72,7 @@ TEST(SaveGroupTest, ASaveLongerThanTheWorkBetweenWaitsForTheOthersOrForAHurry)
         const auto begin = std::chrono::steady_clock::now();
         const SaveGroup::Ticket ticket = group.join();
         std::thread other([&] {
-            std::this_thread::sleep_for(milliseconds(10));
+            std::this_thread::sleep_for(milliseconds(120));
             EXPECT_TRUE(group.wait(group.join(hurry), save));
         });
         EXPECT_TRUE(group.wait(ticket, save, hurry ? 7 : 1));
