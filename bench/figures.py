@@ -78,7 +78,7 @@ class Bench:
     def fresh(self):
         """A folder for one run, with a folder for its secondary files in it."""
         folder = tempfile.mkdtemp(dir=self.folder)
-        os.mkdir(os.path.join(folder, "work"))
+        os.mkdir(os.path.join(folder, "files"))
         try:
             yield folder
         finally:
@@ -98,7 +98,7 @@ class Bench:
             write(pos, component.idle_text if idle else component.text)
             resources = ["-r", component.resources] if component.resources else []
             command = [self.binary, *resources, "-m" + component.mechanism, "-s", pos,
-                       "-p", component.pog, "-d", os.path.join(folder, "work"),
+                       "-p", component.pog, "-d", os.path.join(folder, "files"),
                        "-c" + str(workers)]
             measured = (measure or self.timed)(command)
             if not idle:
@@ -120,7 +120,7 @@ class Bench:
         addresses = "".join(f"{obligation} {goal}\n" for obligation, goal in component.addresses)
         path = write(os.path.join(self.folder, "addresses"), addresses)
         with self.fresh() as folder, open(path, encoding="utf-8") as lines:
-            file = f"{folder}/work/{{0}}_{{1}}"
+            file = f"{folder}/files/{{0}}_{{1}}"
             line = (f"{component.writer} -a {{0}} {{1}} -i {component.pog} -o {file}; "
                     f"{component.prover} <{file} | "
                     f"{component.reader.replace('FILE', file)} >/dev/null; rm {file}")
