@@ -1,6 +1,7 @@
 #include "director/SaveGroup.h"
 
 #include <algorithm>
+#include <exception>
 
 namespace
 {
@@ -13,6 +14,17 @@ thread_local std::chrono::steady_clock::time_point served;
 constexpr unsigned int MOST_IN_VAIN = 8;
 /// ... only one save in so many waits.
 constexpr unsigned int NEXT_TRY = 16;
+
+/// What `save` returns; false when it throws, with what it threw in `failure`.
+bool carryOut(const std::function<bool()>& save, std::exception_ptr& failure)
+{
+    try {
+        return save();
+    } catch (...) {
+        failure = std::current_exception();
+        return false;
+    }
+}
 
 } // namespace
 
@@ -86,14 +98,4 @@ void SaveGroup::gather(std::unique_lock<std::mutex>& lock, const Round& round, u
         return round.size > others || round.hurry;
     });
     inVain = round.size > before || before > others ? 0 : inVain + 1;
-}
-
-bool SaveGroup::carryOut(const std::function<bool()>& save, std::exception_ptr& failure)
-{
-    try {
-        return save();
-    } catch (...) {
-        failure = std::current_exception();
-        return false;
-    }
 }

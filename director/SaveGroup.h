@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -45,7 +44,6 @@ private:
     Clock::duration patience(unsigned int others, Clock::duration work) const;
     void gather(std::unique_lock<std::mutex>& lock, const Round& round, unsigned int others,
                 Clock::duration work);
-    bool carryOut(const std::function<bool()>& save, std::exception_ptr& failure);
 
     std::mutex mutex;
     std::condition_variable ended;
