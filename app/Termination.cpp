@@ -58,6 +58,9 @@ void flushReport()
     ::_exit(EXIT_FAILURE);
 }
 
+/// Set by the handler.
+volatile std::sig_atomic_t signalCame = 0;
+
 void waitForSignal()
 {
     char byte = 0;
@@ -88,6 +91,7 @@ void deleteDirector()
 void sighandler(int /*signal*/)
 {
     const int error = errno;
+    signalCame = 1;
     const char byte = 0;
     // A full pipe means that the thread has been woken already.
     if (::write(wakeUp[1], &byte, 1) != 1) {
@@ -97,16 +101,17 @@ void sighandler(int /*signal*/)
 
 void installTermination()
 {
-    // Before the thread, which takes the mask over.
-    sigset_t mask;
-    sigemptyset(&mask);
-    ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
-    std::signal(SIGCHLD, SIG_DFL); // ignored, it would keep the ends of children from us
     if (::pipe2(wakeUp, O_CLOEXEC) != 0) {
         std::perror("mechrun: cannot prepare for a termination signal");
         std::exit(EXIT_FAILURE);
     }
     ::fcntl(wakeUp[1], F_SETFL, O_NONBLOCK); // the handler must never block
+    // The handler must not run on the thread: the main thread could not tell whether it is about
+    // to.
+    sigset_t termination;
+    sigemptyset(&termination);
+    sigaddset(&termination, SIGTERM);
+    ::pthread_sigmask(SIG_BLOCK, &termination, nullptr);
     try {
         std::thread(waitForSignal).detach();
     } catch (const std::system_error& error) {
@@ -115,5 +120,14 @@ void installTermination()
         std::exit(EXIT_FAILURE);
     }
     std::signal(SIGTERM, sighandler);
-    std::signal(SIGPIPE, SIG_IGN);
+    ::pthread_sigmask(SIG_UNBLOCK, &termination, nullptr);
+}
+
+int statusAtEnd(int status)
+{
+    std::signal(SIGTERM, SIG_IGN);
+    while (signalCame != 0) {
+        ::pause(); // until the thread ends the process
+    }
+    return status;
 }

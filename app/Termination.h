@@ -20,8 +20,10 @@ void deleteDirector();
 /// Handler of SIGTERM.
 void sighandler(int signal);
 
-/// Starts the thread and installs the handler. To be called first of all, once. The signal mask
-/// inherited from whoever started the program is lifted, because its children would inherit it too,
-/// and so is an ignored SIGCHLD, which would hide how they ended. From here on a closed standard
-/// output does not end the program either.
+/// Starts the thread and installs the handler. To be called once, right after prepareProcess().
 void installTermination();
+
+/// The status with which the program ends: `status`, or never to return when a termination signal
+/// has come, since the thread then ends the process with status 1. A signal that comes later is
+/// ignored. To be called on the main thread, last of all.
+int statusAtEnd(int status);

@@ -2,6 +2,7 @@
 
 #include "app/LogLine.h"
 #include "app/Options.h"
+#include "app/Process.h"
 #include "app/Termination.h"
 #include "app/Utils.h"
 #include "director/ProofDirector.h"
@@ -9,17 +10,11 @@
 #include "pos/printmetrics.h"
 #include "resource/p_api.h"
 
-#include <QHash>
-
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <list>
 #include <new>
-
-#include <fcntl.h>
-#include <malloc.h>
-#include <unistd.h>
 
 namespace
 {
@@ -65,19 +60,6 @@ bool playRecorded(const Options& options, const std::string& component)
     return true;
 }
 
-/// Opens the standard streams that are closed: the next file opened, such as the POS file, would
-/// take the place of one, and the report would be written into it.
-void openStandardStreams()
-{
-    int fd = STDIN_FILENO;
-    while (fd >= 0 && fd <= STDERR_FILENO) {
-        fd = ::open("/dev/null", O_RDWR); // takes the lowest number that is free
-    }
-    if (fd > STDERR_FILENO) {
-        ::close(fd);
-    }
-}
-
 /// The run after the set-up; the exit status.
 int run(int argc, char** argv)
 {
@@ -100,20 +82,13 @@ int run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    openStandardStreams();
+    prepareProcess();
     installTermination();
-    // Each worker would take address space for a heap of its own, which hundreds of them exhaust.
-    mallopt(M_ARENA_MAX, 2);
-    // Small blocks kept aside are merged at every large one that is freed: a sixth of a parse.
-    mallopt(M_MXFAST, 0);
-    // Before the first hash is made: the order of attributes in a saved file follows from it.
-    qSetGlobalQHashSeed(0);
-    useUtf8Everywhere();
     init_resource_manager();
     try {
-        return run(argc, argv);
+        return statusAtEnd(run(argc, argv));
     } catch (const std::bad_alloc&) {
         std::fputs("mechrun: out of memory\n", stderr);
-        return EXIT_FAILURE;
+        return statusAtEnd(EXIT_FAILURE);
     }
 }

@@ -1,14 +1,11 @@
-#include "app/Utils.h"
-
-#include <QHash>
+#include "app/Process.h"
 
 #include <gtest/gtest.h>
 
 // As the program itself: texts are UTF-8 and the order of XML attributes does not change.
 int main(int argc, char** argv)
 {
-    qSetGlobalQHashSeed(0);
-    useUtf8Everywhere();
+    prepareProcess();
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

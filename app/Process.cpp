@@ -1,0 +1,48 @@
+#include "app/Process.h"
+
+#include "app/Utils.h"
+
+#include <QHash>
+
+#include <csignal>
+
+#include <fcntl.h>
+#include <malloc.h>
+#include <unistd.h>
+
+namespace
+{
+
+void openStandardStreams()
+{
+    int fd = STDIN_FILENO;
+    while (fd >= 0 && fd <= STDERR_FILENO) {
+        fd = ::open("/dev/null", O_RDWR); // takes the lowest number that is free
+    }
+    if (fd > STDERR_FILENO) {
+        ::close(fd);
+    }
+}
+
+void resetSignals()
+{
+    sigset_t none;
+    sigemptyset(&none);
+    ::pthread_sigmask(SIG_SETMASK, &none, nullptr);
+    std::signal(SIGCHLD, SIG_DFL);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+} // namespace
+
+void prepareProcess()
+{
+    openStandardStreams();
+    resetSignals();
+    // Each worker would take address space for a heap of its own, which hundreds of them exhaust.
+    ::mallopt(M_ARENA_MAX, 2);
+    // Small blocks kept aside are merged at every large one that is freed: a sixth of a parse.
+    ::mallopt(M_MXFAST, 0);
+    qSetGlobalQHashSeed(0);
+    useUtf8Everywhere();
+}

@@ -1,0 +1,42 @@
+#include "app/Termination.h"
+#include "app/Process.h"
+
+#include <gtest/gtest.h>
+
+#include <QHash>
+
+#include <csignal>
+#include <cstdlib>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+TEST(Termination, OnceTheSignalIsHandledTheStatusIsOne)
+{
+    for (const bool signalled : {true, false}) {
+        for (int round = 0; round < 50; ++round) {
+            const pid_t child = ::fork();
+            if (child == 0) {
+                installTermination();
+                signalled ? ::raise(SIGTERM) : 0; // its thread has hardly begun
+                const int status = statusAtEnd(EXIT_SUCCESS);
+                ::raise(SIGTERM); // too late to be heard
+                ::_exit(status);
+            }
+            int status = 0;
+            ::waitpid(child, &status, 0);
+            ASSERT_TRUE(WIFEXITED(status));
+            ASSERT_EQ(WEXITSTATUS(status), signalled ? 1 : 0);
+        }
+    }
+}
+
+TEST(Process, AttributesKeepTheirOrderFromRunToRun)
+{
+    EXPECT_EQ(qGlobalQHashSeed(), 0);
+}
+
+} // namespace
