@@ -181,7 +181,8 @@ private:
     friend class ProofDirectorTest;
 
     // ProofDirector_load.cpp
-    bool readPosFile();
+    bool readPosFile(QDomDocument& document) const;
+    void takeDocument(const QDomDocument& document);
     bool
     appendObligations(const std::function<bool(QDomElement& goal, po_data_t& record)>& recordGoal);
     QDomElement registerMechanism(QDomElement& goal, pos::status_t status);

@@ -1,8 +1,9 @@
 // Loading the POS document. Play mode registers the mechanism where a goal does not know it and
 // opens every goal that the mechanism could still improve; replay mode offers each goal to the
 // drivers that reached a verdict before. Both leave the document in `dom` and one record per goal
-// in `obligations`. They run on the main thread, under `domMutex` once the file is parsed, so that
-// a stop in the middle never meets half a table.
+// in `obligations`. They run on the main thread. The file is parsed without a lock; the document is
+// taken over and registered in under one hold of `domMutex`, so that neither a stop nor a save in
+// the middle ever meets half of it.
 
 #include "director/ProofDirector.h"
 
@@ -52,19 +53,22 @@ QStringList driversOf(const QDomElement& entry, const QStringList& words)
 
 } // namespace
 
-/// Parses the POS file into `dom`; false, with `dom` untouched, when it cannot be read. Called with
-/// `domMutex` not held.
-bool ProofDirector::readPosFile()
+/// Parses the POS file; false when it cannot be read.
+bool ProofDirector::readPosFile(QDomDocument& document) const
 {
-    QDomDocument document;
     if (!readXmlFile(pos, document)) {
         return false;
     }
     pos::declareUtf8(document);
-    const std::lock_guard<std::mutex> lock(domMutex);
+    return true;
+}
+
+/// Makes `document` the one that is played. Called with `domMutex` held.
+void ProofDirector::takeDocument(const QDomDocument& document)
+{
     dom = document;
     text->setDocument(dom);
-    return true;
+    unprovedCount = 0;
 }
 
 /// Adds this mechanism to a goal, with all its drivers. Called with `domMutex` held.
@@ -83,6 +87,7 @@ QDomElement ProofDirector::registerMechanism(QDomElement& goal, pos::status_t st
     if (status == pos::UNKNOWN) {
         goal.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
     }
+    text->allChanged();
     return entry;
 }
 
@@ -138,11 +143,12 @@ bool ProofDirector::appendObligations(
 
 bool ProofDirector::loadPosFile()
 {
-    unprovedCount = 0;
-    if (!readPosFile()) {
+    QDomDocument document;
+    if (!readPosFile(document)) {
         return false;
     }
     const std::lock_guard<std::mutex> lock(domMutex);
+    takeDocument(document);
     bool registered = false;
     appendObligations([&](QDomElement& goal, po_data_t& record) {
         record = goalToPlay(goal, registered);
@@ -153,11 +159,12 @@ bool ProofDirector::loadPosFile()
 
 bool ProofDirector::reloadPosFile()
 {
-    if (!readPosFile()) {
+    QDomDocument document;
+    if (!readPosFile(document)) {
         return false;
     }
     const std::lock_guard<std::mutex> lock(domMutex);
-    unprovedCount = 0;
+    takeDocument(document);
     const QString name = QString::fromStdString(mechanism.name);
     const QStringList verdicts = {pos::ATTR_VALUE_PROVED, pos::ATTR_VALUE_DISPROVED};
     return appendObligations([&](const QDomElement& goal, po_data_t& record) {
