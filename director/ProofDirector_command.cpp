@@ -14,7 +14,8 @@ void append_param(const mechanism::param_t& param, QStringList& args, const QStr
     name.replace(placeholder, file);
     value.replace(placeholder, file);
     if (!name.isNull() && !value.isNull() && !param.separator.trimmed().isEmpty()) {
-        args << name + param.separator + value;
+        // One after the other, on purpose: a "%2" in the name is a place for the separator.
+        args << QStringLiteral("%1%2%3").arg(name).arg(param.separator).arg(value);
         return;
     }
     if (!name.isNull()) {

@@ -195,7 +195,9 @@ TEST(Arguments, AParameterIsReadByAnotherRuleForWriters)
         {"-q", " ", nullptr, "-q", "-q"},
         {nullptr, "=", "x", "x", "x"},
         {"-q", "=", "", "-q=", "-q"},
-        {"%3${file}", "${file}", "%2${file}${FILE}", "%3/f${file}%2/f${FILE}",
+        // For a prover the three are put in one after the other.
+        {"-a%2", "=", "x", "-a==x", "-a%2=x"},
+        {"%3${file}", "${file}", "%2${file}${FILE}", "%2/f${FILE}/f${file}%2/f${FILE}",
          "%3${file}${file}%2${file}${FILE}"},
     };
     for (const auto& [name, separator, value, prover, writer] : rows) {
