@@ -49,7 +49,7 @@ void ProofDirector::selectForDriver(std::vector<addresses_t>& batches)
         const QStringList parts = goalFilter.split(QLatin1Char('.'));
         for (std::size_t i = 0; i < obligations.size(); ++i) {
             if (parts.first() == QString::fromStdString(obligations[i].first)) {
-                const int goal = parts.value(1).toInt() - 1;
+                const qint64 goal = qint64(parts.value(1).toInt()) - 1;
                 batches.push_back({{i, static_cast<std::size_t>(goal)}});
                 return;
             }
