@@ -23,9 +23,11 @@ ProofDirector::ProofDirector(const std::string& componentName, const std::string
       goalFilter(QString::fromStdString(onlyGoal)), pos(QString::fromStdString(posPath)),
       pog(QString::fromStdString(pogPath)), dir(QString::fromStdString(directory)), xml(xmlReport),
       concurrency(workers), trace(traceLevel), fastOnly(onlyFast), component(componentName),
-      processes(std::make_unique<ChildList>()), text(std::make_unique<pos::DocumentText>()),
-      saves(std::make_unique<SaveGroup>()), pace(std::make_unique<SyncPace>()),
-      oldContent(std::make_unique<OldContent>())
+      processes(std::make_unique<ProcessGroups>()), text(std::make_unique<pos::DocumentText>()),
+      saves(std::make_unique<SaveGroup>([this](bool reports) {
+          return saveDocument(reports);
+      })),
+      pace(std::make_unique<SyncPace>()), oldContent(std::make_unique<OldContent>())
 {
     useUtf8Everywhere();
     loaded = mechanism::ofFile(QString::fromStdString(mechanismFile), mechanism);

@@ -190,7 +190,7 @@ private:
     bool isOpen(pos::status_t status, const QDomElement& entry) const;
 
     // ProofDirector_save.cpp
-    bool saveDocument(bool report);
+    bool saveDocument(bool reports);
     bool replacePosFile(const std::vector<QByteArray>& pieces, bool last, int& reason);
 
     // ProofDirector_select.cpp

@@ -22,9 +22,7 @@ void ProofDirector::play()
     traceLine(registered ? "Registering mechanism in POS file."
                          : "Mechanism already registered in POS file.");
     if (registered) {
-        saves->wait(saves->join(), [this] {
-            return saveDocument(true);
-        });
+        saves->wait(saves->join({false, true}));
     }
     playDrivers();
 }
@@ -146,9 +144,10 @@ void ProofDirector::stop()
         // What is merged by now is in this save; nothing more will be.
         const std::lock_guard<std::mutex> lock(domMutex);
         stopped = true;
-        ticket = saves->join(true); // no job ends any more
+        ticket = saves->join({true, true}); // in a hurry: no job ends any more
     }
-    saves->wait(ticket, [this] {
-        return saveDocument(true);
-    });
+    saves->wait(ticket);
+    // Only now: a start that the system does not finish must not keep the results from the disk.
+    processes->awaitStarts(START_LIMIT);
+    removeSecondaryFiles();
 }

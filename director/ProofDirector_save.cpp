@@ -26,9 +26,7 @@ const QString AUTHOR = QStringLiteral("proof_director");
 
 bool ProofDirector::savePosFile()
 {
-    return saves->wait(saves->join(), [this] {
-        return saveDocument(false);
-    });
+    return saves->wait(saves->join({}));
 }
 
 /// Replaces the content of the POS file by `pieces`, and has that synced when it is the `last` time
@@ -52,9 +50,9 @@ bool ProofDirector::replacePosFile(const std::vector<QByteArray>& pieces, bool l
 }
 
 /// Writes the document as it stands. Called by the one thread that carries out a save. With
-/// `report`, a document that could not be written is said on the log stream; that there is no
-/// document to write is not.
-bool ProofDirector::saveDocument(bool report)
+/// `reports`, a failure to write the document goes to the log stream; that there is no document to
+/// write does not.
+bool ProofDirector::saveDocument(bool reports)
 {
     std::vector<QByteArray> pieces;
     bool last = false;
@@ -75,7 +73,7 @@ bool ProofDirector::saveDocument(bool report)
     if (replacePosFile(pieces, last, reason)) {
         return true;
     }
-    if (report) {
+    if (reports) {
         writeLog(LOG_PREFIX + ("Cannot save POS file " + pos.toStdString()) + ": " +
                  std::strerror(reason) + "\n");
     }

@@ -1,7 +1,7 @@
 #include "director/SaveGroup.h"
 
 #include <algorithm>
-#include <exception>
+#include <utility>
 
 namespace
 {
@@ -15,32 +15,24 @@ constexpr unsigned int MOST_IN_VAIN = 8;
 /// ... only one save in so many waits.
 constexpr unsigned int NEXT_TRY = 16;
 
-/// What `save` returns; false when it throws, with what it threw in `failure`.
-bool carryOut(const std::function<bool()>& save, std::exception_ptr& failure)
-{
-    try {
-        return save();
-    } catch (...) {
-        failure = std::current_exception();
-        return false;
-    }
-}
-
 } // namespace
 
-SaveGroup::Ticket SaveGroup::join(bool hurry)
+SaveGroup::SaveGroup(std::function<bool(bool reports)> newSave) : save(std::move(newSave)) {}
+
+SaveGroup::Ticket SaveGroup::join(const Wish& wish)
 {
     const std::lock_guard<std::mutex> lock(mutex);
     if (!next) {
         next = std::make_shared<Round>();
     }
     ++next->size;
-    next->hurry = next->hurry || hurry;
+    next->hurry = next->hurry || wish.hurry;
+    next->reports = next->reports || wish.reports;
     joined.notify_all();
     return next;
 }
 
-bool SaveGroup::wait(const Ticket& ticket, const std::function<bool()>& save, unsigned int others)
+bool SaveGroup::wait(const Ticket& ticket, unsigned int others)
 {
     const Clock::duration work = Clock::now() - served;
     std::exception_ptr failure;
@@ -56,7 +48,7 @@ bool SaveGroup::wait(const Ticket& ticket, const std::function<bool()>& save, un
         next.reset();
         lock.unlock();
         const Clock::time_point begin = Clock::now();
-        const bool succeeded = carryOut(save, failure);
+        const bool succeeded = carryOut(ticket->reports, failure);
         lock.lock();
         const Clock::duration taken = Clock::now() - begin;
         cost = std::min(last, taken);
@@ -71,6 +63,17 @@ bool SaveGroup::wait(const Ticket& ticket, const std::function<bool()>& save, un
         std::rethrow_exception(failure);
     }
     return ticket->succeeded;
+}
+
+/// What the save returns; false when it throws, with what it threw in `failure`.
+bool SaveGroup::carryOut(bool reports, std::exception_ptr& failure) const
+{
+    try {
+        return save(reports);
+    } catch (...) {
+        failure = std::current_exception();
+        return false;
+    }
 }
 
 /// How long a save may wait for others to join it. A save that takes longer than the work between

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -20,6 +21,7 @@ class SaveGroup
     struct Round {
         unsigned int size = 0; ///< how many have joined
         bool hurry = false;    ///< it must not wait for more
+        bool reports = false;  ///< somebody wants a failure to be reported
         bool done = false;
         bool succeeded = false;
     };
@@ -27,23 +29,36 @@ class SaveGroup
 public:
     using Ticket = std::shared_ptr<Round>;
 
-    /// A place in the next save to begin. Taken under the lock that guards the data to be saved,
-    /// it makes tickets and changes come in the same order. With `hurry` the save waits for nobody
-    /// else.
-    Ticket join(bool hurry = false);
+    /// What somebody who joins wants of the save.
+    struct Wish {
+        bool hurry = false;   ///< it waits for nobody else
+        bool reports = false; ///< its failure is reported, whoever carries it out
+    };
 
-    /// Returns, once the save of `ticket` has ended, whether it succeeded. The caller may be the
-    /// one who runs `save`; it must take its data from within that call. What `save` throws reaches
-    /// the one who ran it, and the save has failed for the others.
+    /// `newSave` takes the data, writes it and returns whether that went well. Its argument tells
+    /// whether somebody wants a failure to be reported.
+    explicit SaveGroup(std::function<bool(bool reports)> newSave);
+
+    /// A place in the next save to begin. Taken under the lock that guards the data to be saved,
+    /// it makes tickets and changes come in the same order.
+    Ticket join(const Wish& wish);
+
+    /// Returns, once the save of `ticket` has ended, whether it succeeded. The calling thread may
+    /// be the one that carries it out. What the save throws reaches that thread, and the save has
+    /// failed for the others.
     ///
     /// `others` is how many may be about to join as well. The save waits a little for them where
     /// that promises to spare a save: longest when saves take longer than the work between them.
-    bool wait(const Ticket& ticket, const std::function<bool()>& save, unsigned int others = 0);
+    bool wait(const Ticket& ticket, unsigned int others = 0);
 
 private:
     Clock::duration patience(unsigned int others, Clock::duration work) const;
     void gather(std::unique_lock<std::mutex>& lock, const Round& round, unsigned int others,
                 Clock::duration work);
+
+    bool carryOut(bool reports, std::exception_ptr& failure) const;
+
+    const std::function<bool(bool reports)> save;
 
     std::mutex mutex;
     std::condition_variable ended;

@@ -13,33 +13,33 @@ namespace
 
 TEST(SaveGroupTest, WhoJoinsDuringASaveIsServedByOneSaveAfterIt)
 {
-    SaveGroup group;
     std::promise<void> begun;
     std::promise<void> release;
-    std::thread first([&] {
-        const auto save = [&]() -> bool {
+    std::vector<bool> saves; // what each was asked to report; only the one that runs changes it
+    SaveGroup group([&](bool reports) {
+        saves.push_back(reports);
+        if (saves.size() == 1) {
             begun.set_value();
             release.get_future().wait();
             throw std::bad_alloc(); // must not keep the others waiting
-        };
-        EXPECT_THROW(group.wait(group.join(), save), std::bad_alloc);
+        }
+        return saves.size() == 3;
+    });
+    std::thread first([&] {
+        EXPECT_THROW(group.wait(group.join({})), std::bad_alloc);
     });
     begun.get_future().wait();
 
-    int saves = 0; // only ever changed by the one save that runs
     std::vector<SaveGroup::Ticket> tickets;
     tickets.reserve(3);
-    for (int i = 0; i < 3; ++i) {
-        tickets.push_back(group.join());
+    for (const bool reports : {false, true, false}) {
+        tickets.push_back(group.join({false, reports}));
     }
     std::vector<std::thread> others;
     others.reserve(tickets.size());
     for (const SaveGroup::Ticket& ticket : tickets) {
-        others.emplace_back([&group, &saves, ticket] {
-            EXPECT_FALSE(group.wait(ticket, [&saves] {
-                ++saves;
-                return false;
-            }));
+        others.emplace_back([&group, ticket] {
+            EXPECT_FALSE(group.wait(ticket));
         });
     }
     release.set_value();
@@ -47,11 +47,9 @@ TEST(SaveGroupTest, WhoJoinsDuringASaveIsServedByOneSaveAfterIt)
     for (std::thread& other : others) {
         other.join();
     }
-    EXPECT_EQ(saves, 1);
     // Nobody is left behind: the next one saves for itself.
-    EXPECT_TRUE(group.wait(group.join(), [] {
-        return true;
-    }));
+    EXPECT_TRUE(group.wait(group.join({})));
+    EXPECT_EQ(saves, std::vector<bool>({false, true, false}));
 }
 
 TEST(SaveGroupTest, ASaveLongerThanTheWorkBetweenWaitsForTheOthersOrForAHurry)
@@ -59,23 +57,22 @@ TEST(SaveGroupTest, ASaveLongerThanTheWorkBetweenWaitsForTheOthersOrForAHurry)
     using std::chrono::milliseconds;
     constexpr milliseconds WORK(300);
     for (const bool hurry : {false, true}) {
-        SaveGroup group;
         int saves = 0;
-        const auto save = [&saves] {
+        SaveGroup group([&saves](bool /*reports*/) {
             std::this_thread::sleep_for(milliseconds(++saves <= 2 ? 200 : 0));
             return true;
-        };
-        EXPECT_TRUE(group.wait(group.join(), save));
-        EXPECT_TRUE(group.wait(group.join(), save));
+        });
+        EXPECT_TRUE(group.wait(group.join({})));
+        EXPECT_TRUE(group.wait(group.join({})));
         std::this_thread::sleep_for(WORK);
 
         const auto begin = std::chrono::steady_clock::now();
-        const SaveGroup::Ticket ticket = group.join();
+        const SaveGroup::Ticket ticket = group.join({});
         std::thread other([&] {
             std::this_thread::sleep_for(milliseconds(120));
-            EXPECT_TRUE(group.wait(group.join(hurry), save));
+            EXPECT_TRUE(group.wait(group.join({hurry, false})));
         });
-        EXPECT_TRUE(group.wait(ticket, save, hurry ? 7 : 1));
+        EXPECT_TRUE(group.wait(ticket, hurry ? 7 : 1));
         other.join();
         EXPECT_EQ(saves, 3) << hurry;
         EXPECT_LT(std::chrono::steady_clock::now() - begin, WORK) << hurry;
