@@ -2,214 +2,18 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
-#include <vector>
 
 #include <fcntl.h>
-#include <spawn.h>
-#include <sys/mman.h>
-#include <sys/wait.h>
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
+
+extern "C" { // which this header leaves out
+#include <sys/pidfd.h>
+}
 
 namespace
 {
-
-/// An open file, closed at the end; negative when opening it failed. No child inherits it. It is
-/// never one of the three standard streams, even when those of this process are closed: giving a
-/// child its streams one after the other would overwrite it.
-class Descriptor
-{
-public:
-    explicit Descriptor(int number) : fd(number)
-    {
-        if (fd >= 0 && fd <= STDERR_FILENO) {
-            fd = ::fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-            const int error = errno;
-            ::close(number);
-            errno = error;
-        }
-    }
-    ~Descriptor()
-    {
-        close();
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int number() const
-    {
-        return fd;
-    }
-    void close()
-    {
-        if (fd >= 0) {
-            ::close(fd);
-        }
-        fd = -1;
-    }
-
-private:
-    int fd;
-};
-
-/// The outcome of a start: a process, or the reason why there is none.
-struct Child {
-    pid_t pid = 0;
-    int error = 0;
-};
-
-/// True when a start failed for want of room, which a later one may find; false when the program is
-/// to blame.
-bool isRefusal(int error)
-{
-    return error == EAGAIN || error == ENOMEM || error == EMFILE || error == ENFILE;
-}
-
-/// The words of a command in the form that the system takes.
-class Arguments
-{
-public:
-    explicit Arguments(const Command& command)
-    {
-        words.push_back(programOfPath(command.path).toUtf8());
-        for (const QString& argument : command.arguments) {
-            words.push_back(argument.toUtf8());
-        }
-        for (QByteArray& word : words) {
-            pointers.push_back(word.data());
-        }
-        pointers.push_back(nullptr);
-    }
-    char* const* list() const
-    {
-        return pointers.data();
-    }
-
-private:
-    std::vector<QByteArray> words;
-    std::vector<char*> pointers;
-};
-
-/// Which standard streams a child gets. Memory that ran out on the way shows in error(): a child
-/// started all the same would have some of ours.
-class Streams
-{
-public:
-    Streams(int input, int output, int errors)
-    {
-        posix_spawn_file_actions_init(&list);
-        const int numbers[] = {input, output, errors};
-        for (int stream = STDIN_FILENO; stream <= STDERR_FILENO && failure == 0; ++stream) {
-            failure = posix_spawn_file_actions_adddup2(&list, numbers[stream], stream);
-        }
-    }
-    ~Streams()
-    {
-        posix_spawn_file_actions_destroy(&list);
-    }
-    Streams(const Streams&) = delete;
-    Streams& operator=(const Streams&) = delete;
-
-    int error() const
-    {
-        return failure;
-    }
-    const posix_spawn_file_actions_t* actions() const
-    {
-        return &list;
-    }
-
-private:
-    posix_spawn_file_actions_t list = {};
-    int failure = 0;
-};
-
-/// The signals that a child takes as the system gives them: all but those that we were told to
-/// ignore, by nohup for one. A pipe that nobody reads is ignored by ourselves, perhaps, but a tool
-/// expects to be ended by it. Naming all of them spares a start a question to the system for each.
-const sigset_t& defaultSignals()
-{
-    static const sigset_t reset = [] {
-        sigset_t set;
-        sigfillset(&set);
-        for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-            struct sigaction action = {};
-            if (signal != SIGPIPE && ::sigaction(signal, nullptr, &action) == 0 &&
-                action.sa_handler == SIG_IGN) {
-                sigdelset(&set, signal);
-            }
-        }
-        return set;
-    }();
-    return reset;
-}
-
-/// Starts a program with these standard streams; returns once it runs or cannot. Never throws: a
-/// child that was started before it must not be forgotten.
-Child startProgram(const Arguments& arguments, const Streams& streams) noexcept
-{
-    Child child;
-    child.error = streams.error();
-    if (child.error != 0) {
-        return child;
-    }
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setsigdefault(&attributes, &defaultSignals());
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-    child.error = ::posix_spawn(&child.pid, arguments.list()[0], streams.actions(), &attributes,
-                                arguments.list(), environ);
-    if (child.error != 0) {
-        child.pid = 0;
-    }
-    posix_spawnattr_destroy(&attributes);
-    return child;
-}
-
-/// Reaps `child` when it has ended. True when it ended by a signal.
-bool reap(pid_t child)
-{
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return WIFSIGNALED(status);
-}
-
-/// Waits for `child` (0: none) to end, takes it out of the list and reaps it. True when it ended
-/// by a signal.
-bool finish(pid_t child, ChildList& children)
-{
-    if (child == 0) {
-        return false;
-    }
-    siginfo_t end = {};
-    while (::waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOWAIT) < 0 &&
-           errno == EINTR) {
-    }
-    children.remove(child);
-    return reap(child);
-}
-
-/// Kills `child`, which has not been reaped.
-void kill(pid_t child)
-{
-    if (child != 0) {
-        ::kill(child, SIGKILL);
-    }
-}
-
-/// All that stands in the file, wherever its position is.
-QByteArray contentOf(int fd)
-{
-    QByteArray bytes;
-    char block[65536];
-    ssize_t count = 0;
-    while ((count = ::pread(fd, block, sizeof block, bytes.size())) > 0 ||
-           (count < 0 && errno == EINTR)) {
-        bytes.append(block, static_cast<int>(std::max<ssize_t>(count, 0)));
-    }
-    return bytes;
-}
 
 int openNull()
 {
@@ -226,132 +30,204 @@ int openInput(const QString& file)
     return fd;
 }
 
+/// What a reader prints, taken from its pipe as it comes.
+class Output
+{
+public:
+    Output(Descriptor from, std::size_t limit) : pipe(std::move(from)), most(limit)
+    {
+        ::fcntl(pipe.number(), F_SETFL, O_NONBLOCK);
+    }
+
+    /// Negative once the pipe has ended.
+    int number() const
+    {
+        return pipe.number();
+    }
+    bool isTooMuch() const
+    {
+        return static_cast<std::size_t>(bytes.size()) > most;
+    }
+    const QByteArray& text() const
+    {
+        return bytes;
+    }
+
+    /// Takes some of what is in the pipe, and never waits for more. Returns how many bytes.
+    int take(std::size_t size = sizeof block)
+    {
+        const ssize_t count = ::read(pipe.number(), block, std::min(size, sizeof block));
+        if (count > 0) {
+            bytes.append(block, static_cast<int>(count));
+        } else if (count == 0) {
+            pipe.close();
+        }
+        return static_cast<int>(std::max<ssize_t>(count, 0));
+    }
+
+    /// Takes what is in the pipe now, and nothing that is written from now on.
+    void takeRest()
+    {
+        int left = 0;
+        if (!pipe.isOpen() || ::ioctl(pipe.number(), FIONREAD, &left) != 0) {
+            return;
+        }
+        int taken = 1;
+        while (left > 0 && taken > 0) {
+            taken = take(static_cast<std::size_t>(left));
+            left -= taken;
+        }
+    }
+
+private:
+    Descriptor pipe;
+    std::size_t most;
+    QByteArray bytes;
+    char block[65536];
+};
+
 PairResult refused(int error)
 {
     return {PairEnd::Refused, {}, qt_error_string(error)};
 }
 
-/// Waits for both children (0: none) and tells how they ended.
-PairEnd awaitPair(pid_t prover, pid_t reader, ChildList& children)
+/// Waits for `child` to end, or for too much output. False, with the reason in `errno`, when the
+/// system has no room for that.
+bool awaitEnd(const Child& child, Output& output)
 {
-    if (finish(prover, children)) {
-        kill(reader);
-        finish(reader, children);
-        return PairEnd::ProverCrashed;
+    if (!child.isRunning()) {
+        return true;
     }
-    return finish(reader, children) ? PairEnd::ReaderCrashed : PairEnd::Read;
-}
-
-} // namespace
-
-QString programOfPath(const QString& path)
-{
-    const QChar quote = QLatin1Char('"');
-    const bool wrapped = path.size() >= 2 && path.startsWith(quote) && path.endsWith(quote);
-    const QString program = wrapped ? path.mid(1, path.size() - 2) : path;
-    return program.contains(QLatin1Char('/')) ? program : QStringLiteral("./") + program;
-}
-
-bool ChildList::start(const std::function<void()>& start)
-{
-    const std::shared_lock<std::shared_mutex> lock(starting);
-    if (closed) {
-        return false;
+    const Descriptor end(::pidfd_open(child.id(), 0));
+    if (!end.isOpen()) {
+        return errno == ESRCH; // it has ended, and the system keeps no record of it
     }
-    start();
+    pollfd polled[] = {{end.number(), POLLIN, 0}, {output.number(), POLLIN, 0}};
+    while (polled[0].revents == 0 && !output.isTooMuch()) {
+        polled[1].fd = output.number();
+        if (::poll(polled, 2, -1) > 0 && polled[1].revents != 0) {
+            output.take();
+        }
+    }
     return true;
 }
 
-void ChildList::enter(std::list<pid_t>& children) noexcept
+/// Waits for both children and tells how they ended. One that still runs is left to its object.
+PairResult awaitPair(Child& prover, Child& reader, Output& output)
 {
-    children.remove(0);
-    const std::lock_guard<std::mutex> lock(mutex);
-    processes.splice(processes.end(), children);
-}
-
-void ChildList::remove(pid_t child)
-{
-    const std::lock_guard<std::mutex> lock(mutex);
-    processes.remove(child);
-}
-
-void ChildList::killAll()
-{
-    closed = true; // before the wait: no start begins while those that run come to their end
-    const std::unique_lock<std::shared_mutex> wait(starting);
-    const std::lock_guard<std::mutex> lock(mutex);
-    for (const pid_t child : processes) {
-        kill(child);
+    if (!awaitEnd(prover, output)) {
+        return refused(errno);
     }
+    if (!output.isTooMuch() && prover.reapCrashed()) {
+        return {PairEnd::ProverCrashed, {}, {}};
+    }
+    if (!awaitEnd(reader, output)) {
+        return refused(errno);
+    }
+    if (!output.isTooMuch()) {
+        if (reader.reapCrashed()) {
+            return {PairEnd::ReaderCrashed, {}, {}};
+        }
+        output.takeRest();
+    }
+    if (output.isTooMuch()) {
+        return {PairEnd::TooMuch, {}, {}};
+    }
+    return {PairEnd::Read, output.text(), {}};
 }
 
-bool ChildList::isClosed() const
-{
-    return closed;
-}
-
-WriterEnd runWriter(const Command& writer, ChildList& children)
+WriterEnd runWriterIn(const GroupLease& group, const Arguments& arguments, int& error)
 {
     const Descriptor null(openNull());
-    const Streams streams(null.number(), null.number(), null.number());
-    const Arguments arguments(writer);
+    if (!null.isOpen()) {
+        error = errno;
+        return WriterEnd::NotStarted;
+    }
+    const Streams streams(null.number(), null.number(), null.number(), group.lifeline());
     Child child;
-    const bool open = children.start([&] {
-        child = startProgram(arguments, streams);
+    const bool open = group.start([&] {
+        error = child.start(arguments, streams, group.id());
     });
     if (!open) {
         return WriterEnd::Stopped;
     }
-    if (child.pid == 0) {
+    if (!child.isRunning()) {
         return WriterEnd::NotStarted;
     }
-    return reap(child.pid) ? WriterEnd::Crashed : WriterEnd::Exited;
+    return child.reapCrashed() ? WriterEnd::Crashed : WriterEnd::Exited;
+}
+
+PairResult runPairIn(const GroupLease& group, const Arguments& prover, const QString& input,
+                     const Arguments& reader, std::size_t most)
+{
+    const Descriptor null(openNull());
+    Pipe between;
+    Pipe results;
+    if (!null.isOpen() || !between.open() || !results.open()) {
+        return refused(errno);
+    }
+    const Descriptor file(input.isEmpty() ? openNull() : openInput(input));
+    int proving = file.isOpen() ? 0 : errno;
+    int reading = 0;
+
+    // All that takes memory is made before the first child.
+    const int lifeline = group.lifeline();
+    const Streams proverStreams(file.number(), between.toWrite.number(), null.number(), lifeline);
+    const Streams readerStreams(between.toRead.number(), results.toWrite.number(), null.number(),
+                                lifeline);
+    Output output(std::move(results.toRead), most);
+    Child provers;
+    Child readers;
+    const bool open = group.start([&] {
+        if (proving == 0) {
+            proving = provers.start(prover, proverStreams, group.id());
+        }
+        if (!isRefusal(proving)) {
+            reading = readers.start(reader, readerStreams, group.id());
+        }
+    });
+    if (!open) {
+        return {};
+    }
+    between.close();
+    results.close();
+    if (isRefusal(proving) || isRefusal(reading)) {
+        return refused(isRefusal(proving) ? proving : reading);
+    }
+    return awaitPair(provers, readers, output);
+}
+
+} // namespace
+
+WriterEnd runWriter(const Command& writer, ProcessGroups& groups)
+{
+    const Arguments arguments(writer);
+    for (;;) {
+        GroupLease group(groups);
+        if (!group) {
+            return group.error() == 0 ? WriterEnd::Stopped : WriterEnd::NotStarted;
+        }
+        int error = 0;
+        const WriterEnd end = runWriterIn(group, arguments, error);
+        if (end != WriterEnd::NotStarted || !isRefusal(error) || !group.giveUp()) {
+            return end;
+        }
+    }
 }
 
 PairResult runPair(const Command& prover, const QString& input, const Command& reader,
-                   ChildList& children)
+                   std::size_t most, ProcessGroups& groups)
 {
-    const Descriptor null(openNull());
-    // A file that no other process can keep us waiting with, by holding it open.
-    const Descriptor output(::memfd_create("reader-output", MFD_CLOEXEC));
-    int ends[2] = {-1, -1};
-    if (null.number() < 0 || output.number() < 0 || ::pipe2(ends, O_CLOEXEC) != 0) {
-        return refused(errno);
-    }
-    Descriptor fromProver(ends[0]);
-    Descriptor toReader(ends[1]);
-    const Descriptor file(input.isEmpty() ? openNull() : openInput(input));
-    Child proving{0, file.number() < 0 ? errno : 0};
-    Child reading;
-
-    // All that takes memory is made before the first child, which a failure would leave behind.
-    const Streams proverStreams(file.number(), toReader.number(), null.number());
-    const Streams readerStreams(fromProver.number(), output.number(), null.number());
     const Arguments proverWords(prover);
     const Arguments readerWords(reader);
-    std::list<pid_t> started = {0, 0};
-    const auto start = [&] {
-        if (proving.error == 0) {
-            proving = startProgram(proverWords, proverStreams);
+    for (;;) {
+        GroupLease group(groups);
+        if (!group) {
+            return group.error() == 0 ? PairResult() : refused(group.error());
         }
-        if (!isRefusal(proving.error)) {
-            reading = startProgram(readerWords, readerStreams);
+        PairResult result = runPairIn(group, proverWords, input, readerWords, most);
+        if (result.end != PairEnd::Refused || !group.giveUp()) {
+            return result;
         }
-        started.front() = proving.pid;
-        started.back() = reading.pid;
-        children.enter(started);
-    };
-    if (!children.start(start)) {
-        return {};
     }
-    toReader.close();
-    fromProver.close();
-    const int refusal = isRefusal(proving.error) ? proving.error : reading.error;
-    if (isRefusal(refusal)) {
-        kill(proving.pid);
-        finish(proving.pid, children);
-        return refused(refusal);
-    }
-    const PairEnd end = awaitPair(proving.pid, reading.pid, children);
-    return {end, end == PairEnd::Read ? contentOf(output.number()) : QByteArray(), {}};
 }

@@ -5,8 +5,8 @@
 
 #include "app/LogLine.h"
 #include "app/Utils.h"
-#include "director/ChildProcess.h"
 #include "director/OldContent.h"
+#include "director/ProcessGroups.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
 #include "director/SyncPace.h"
@@ -80,9 +80,14 @@ void ProofDirector::addError(const QString& message)
     errors.append(message);
 }
 
+std::string ProofDirector::tracedLine(const std::string& line) const
+{
+    return trace == TRACE_PROGRESS ? LOG_PREFIX + line + "\n" : std::string();
+}
+
 void ProofDirector::traceLine(const std::string& line) const
 {
     if (trace == TRACE_PROGRESS) {
-        writeLog(LOG_PREFIX + line + "\n");
+        writeLog(tracedLine(line));
     }
 }

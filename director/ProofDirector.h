@@ -7,10 +7,15 @@
 // into secondary files, pipes the prover into the reader, merges one verdict per goal into the
 // document and saves it. It owns the document, the mechanism and, while they run, the children.
 //
+// A program calls prepareProcess() of app/Process.h first of all, before it uses anything else of
+// these libraries: it sets what they need of a process. In a program that ignores SIGCHLD every
+// prover and reader would pass for crashed.
+//
 // Failures are results and message lines, never exceptions of its own: a file that cannot be read
-// or written makes the operation return false; a child that fails is said on the standard log
+// or written makes the operation return false; a child that fails is reported on the standard log
 // stream and collected in `getErrors`, and the run goes on. Words that the formats do not know and
-// addresses out of range raise std::out_of_range, which nothing here catches.
+// addresses out of range raise std::out_of_range. `play` and `replay` pass it on from whichever
+// thread raised it, once the workers have ended and the secondary files are removed.
 //
 // A director is made, loaded, played and destroyed by one thread. `stop` may be called from any
 // other thread at any time between construction and destruction; the worker bodies (`writeJob`,
@@ -37,8 +42,8 @@
 #include <utility>
 #include <vector>
 
-class ChildList;
 class OldContent;
+class ProcessGroups;
 class SaveGroup;
 class SyncPace;
 
@@ -137,16 +142,19 @@ public:
     /// standard output.
     void replay();
 
-    /// Kills every running prover and reader, removes the current driver's secondary files and
-    /// saves the POS document, in that order. No child starts from then on, and no further verdict
-    /// is merged; a writer that runs is left to itself. Meant to be followed by the program's end.
+    /// Kills every running writer, prover and reader with all that they started in their process
+    /// groups, removes the current driver's secondary files and saves the POS document, in that
+    /// order. No child starts from then on, and no further verdict is merged. Starts that were
+    /// under way are waited for after the save, for a few seconds at most, and what they started is
+    /// killed too. Meant to be followed by the program's end.
     void stop();
 
     // The steps of a play, for tools that run some of them by themselves: load, then for a driver
-    // `prepareDriver`, then the worker bodies on any number of threads.
+    // `prepareDriver`, the worker bodies on any number of threads, and `finishDriver`.
 
     /// Takes driver `index` of the mechanism as the one being played and prepares its jobs: goals,
-    /// command lines, job counter, report cursor. An index out of range raises std::out_of_range.
+    /// command lines, job counter, report cursor. Finishes the driver before it, if nobody has. An
+    /// index out of range raises std::out_of_range.
     void prepareDriver(std::size_t index);
 
     /// Appends the batches of goals for the current driver: one per obligation, perhaps empty; with
@@ -162,18 +170,24 @@ public:
     void produceProverData();
 
     /// Worker bodies: take jobs of the current driver, until none is left, and write, prove, or
-    /// write and prove each.
+    /// write and prove each. Each job is taken at most once to be written and once to be proved.
     void writeJob();
     void proveJob();
     void writeAndProveJob();
 
     /// Runs the writer of job `index`; raises std::out_of_range when there is no such job. The
-    /// outcome shows in the log, in `getErrors`, and in whether the secondary file exists.
+    /// outcome shows in the log, in `getErrors`, and in whether the secondary file exists: one that
+    /// an earlier run has left is removed first, and when that fails, so has the job.
     void writeEntry(const std::size_t& index);
 
     /// Runs prover and reader of job `index`, merges and reports the verdicts and saves the POS
-    /// document; raises std::out_of_range when there is no such job.
+    /// document; raises std::out_of_range when there is no such job. Does nothing when the job has
+    /// failed before its writer was run.
     void proveEntry(const std::size_t& index);
+
+    /// Ends a driver, when no worker body runs: kills what its tools have left behind, removes its
+    /// secondary files and forgets its jobs.
+    void finishDriver();
 
     friend std::ostream& operator<<(std::ostream& out, const ProofDirector& director);
 
@@ -198,19 +212,31 @@ private:
                             const QString& inputFile, const addresses_t& positions) const;
 
     // ProofDirector_write.cpp and ProofDirector_prove.cpp
+
+    /// What a job has to tell once it is merged.
+    struct story_t {
+        std::string trace;
+        std::string report;
+    };
+
     void addError(const QString& message);
     static void attempt(const std::function<void()>& job);
-    bool takeJob(bool write, std::size_t& index);
-    void runJobs(bool write, bool prove);
+    bool takeJobToWrite(bool proves, std::size_t& index);
+    bool takeJobToProve(std::size_t& index);
+    void abandonJobs();
+    void runJobs(const std::function<bool()>& job);
     void traceWriting(std::size_t index) const;
     void traceProving(std::size_t index) const;
+    bool removeLeftFile(std::size_t index);
+    bool hasFailed(std::size_t index) const;
     bool runProver(const prover_data_t& job, QByteArray& output);
     bool hasExpectedCount(const prover_data_t& job, std::size_t found);
     void mergeResults(const prover_data_t& job, const std::vector<QByteArray>& lines);
+    static void tell(const story_t& story);
     bool reportResults(const prover_data_t& job, const std::vector<QByteArray>& lines,
-                       std::string& report);
+                       story_t& story);
     void reportHeadings(std::size_t obligation, std::string& report);
-    void applyResult(const address_t& address, const QString& word);
+    void applyResult(const address_t& address, const QString& word, std::string& traced);
 
     // ProofDirector_update.cpp
     void updateStatus(const address_t& address, const QString& word);
@@ -218,10 +244,14 @@ private:
     // ProofDirector_play.cpp
     void playDrivers();
     void playDriver(std::size_t index);
+    void runInline();
     void runWorkers();
     void removeSecondaryFiles();
 
-    /// Writes a progress line, prefixed, when the trace level asks for it.
+    /// A progress line, prefixed; empty unless the trace level asks for it.
+    std::string tracedLine(const std::string& line) const;
+
+    /// Writes such a line. Not to be called with `domMutex` held.
     void traceLine(const std::string& line) const;
 
     // Set at construction, only read afterwards.
@@ -245,11 +275,19 @@ private:
     /// Messages about failed children. Guarded by `entryMutex`.
     QStringList errors;
 
-    /// Provers and readers now running; has a lock of its own.
-    std::unique_ptr<ChildList> processes;
+    /// Where writers, provers and readers run; has a lock of its own.
+    std::unique_ptr<ProcessGroups> processes;
 
-    /// Index of the next job to hand out. Guarded by `entryMutex`.
+    /// Index of the next job to hand out for writing (and perhaps proving), and of the next one
+    /// for proving alone. Guarded by `entryMutex`.
     std::size_t nextEntry = 0;
+    std::size_t nextProof = 0;
+
+    struct job_state_t {
+        bool proofTaken = false; ///< it was handed out for writing and proving
+        bool failed = false;     ///< it must not be proved
+    };
+    std::vector<job_state_t> jobStates; ///< one per job; guarded by `entryMutex`
     mutable std::mutex entryMutex;
 
     /// The driver being played. Changed between the workers of two drivers only.

@@ -5,14 +5,23 @@
 #include "director/ProofDirector.h"
 
 #include "app/LogLine.h"
-#include "director/ChildProcess.h"
+#include "director/ProcessGroups.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
 
+#include <chrono>
+#include <exception>
 #include <iostream>
-#include <stdexcept>
 #include <thread>
 #include <unistd.h>
+
+namespace
+{
+
+/// How long a stop waits for starts under way, which as a rule take a millisecond.
+constexpr std::chrono::seconds START_LIMIT(5);
+
+} // namespace
 
 void ProofDirector::play()
 {
@@ -70,25 +79,22 @@ void ProofDirector::playDriver(std::size_t index)
         traceLine("Driver has proof obligations to process.");
     }
     prepareDriver(index);
-    if (concurrency == 1) {
-        for (std::size_t i = 0; i < writerData.size() && !processes->isClosed(); ++i) {
-            attempt([&] {
-                writeEntry(i);
-                proveEntry(i);
-            });
-        }
-    } else {
-        runWorkers();
+    try {
+        concurrency == 1 ? runInline() : runWorkers();
+    } catch (...) {
+        finishDriver();
+        throw;
     }
     std::cout << std::endl;
     if (doneCount != 0) {
         std::cout << (xml ? "</operation>" : "") << std::endl;
     }
-    removeSecondaryFiles();
+    finishDriver();
 }
 
 void ProofDirector::prepareDriver(std::size_t index)
 {
+    finishDriver();
     driver = mechanism.drivers.at(index);
     std::vector<addresses_t> batches;
     selectForDriver(batches);
@@ -100,30 +106,62 @@ void ProofDirector::prepareDriver(std::size_t index)
         const std::lock_guard<std::mutex> lock(domMutex);
         doneCount = 0;
     }
-    const std::lock_guard<std::mutex> lock(entryMutex);
-    nextEntry = 0;
+}
+
+void ProofDirector::finishDriver()
+{
+    processes->endIdle(); // before the files: what still lives may write them
+    removeSecondaryFiles();
+    proverData.clear();
+    const std::lock_guard<std::mutex> lock(fileMutex);
+    writerData.clear();
+}
+
+/// Runs the jobs one after the other on this thread.
+void ProofDirector::runInline()
+{
+    for (std::size_t i = 0; i < writerData.size() && !processes->isClosed(); ++i) {
+        attempt([&] {
+            writeEntry(i);
+            proveEntry(i);
+        });
+    }
 }
 
 /// Runs the jobs on `concurrency` workers, whatever the number of jobs, and waits for them. With a
-/// concurrency of 0 no job runs.
+/// concurrency of 0 no job runs. The first exception of a worker ends all of them and reaches the
+/// caller.
 void ProofDirector::runWorkers()
 {
     std::vector<std::thread> workers;
+    std::exception_ptr failure;
+    const auto work = [&] {
+        try {
+            writeAndProveJob();
+        } catch (...) {
+            abandonJobs();
+            const std::lock_guard<std::mutex> lock(entryMutex);
+            failure = failure ? failure : std::current_exception();
+        }
+    };
     try {
         workers.reserve(concurrency);
         for (unsigned int i = 0; i < concurrency; ++i) {
-            workers.emplace_back(&ProofDirector::writeAndProveJob, this);
+            workers.emplace_back(work);
         }
     } catch (const std::exception& error) {
         // Fewer workers do the same jobs; without any, this thread does them.
         writeLog(LOG_PREFIX + std::string("Cannot start another worker thread: ") + error.what() +
                  "\n");
         if (workers.empty()) {
-            writeAndProveJob();
+            work();
         }
     }
     for (std::thread& worker : workers) {
         worker.join();
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
     }
 }
 
@@ -137,7 +175,7 @@ void ProofDirector::removeSecondaryFiles()
 
 void ProofDirector::stop()
 {
-    processes->killAll();
+    processes->closeAndKill();
     removeSecondaryFiles();
     SaveGroup::Ticket ticket;
     {

@@ -15,6 +15,16 @@
 #include <sstream>
 #include <thread>
 
+namespace
+{
+
+/// What is held of a reader's output: a prover that goes on printing, and a reader that passes it
+/// on, must not take the memory of the machine.
+constexpr std::size_t OUTPUT_LIMIT = std::size_t(64) << 20;
+constexpr std::size_t OUTPUT_LIMIT_PER_GOAL = 256;
+
+} // namespace
+
 const std::map<pos::status_t, const char*> stringOfStatus = {{pos::UNPROVED, "-"},
                                                              {pos::UNKNOWN, "-"},
                                                              {pos::UNRELIABLY_PROVED, "*"},
@@ -49,6 +59,9 @@ QString resultWord(const QByteArray& line)
 void ProofDirector::proveEntry(const std::size_t& index)
 {
     const prover_data_t& job = proverData.at(index);
+    if (hasFailed(index)) {
+        return;
+    }
     traceLine("Issuing proving command " + job.cmdp.toStdString() + " " +
               job.argsp.join(QLatin1Char(' ')).toStdString() + "\n and reading command " +
               job.cmdr.toStdString() + " " + job.argsr.join(QLatin1Char(' ')).toStdString());
@@ -61,6 +74,13 @@ void ProofDirector::proveEntry(const std::size_t& index)
     if (hasExpectedCount(job, lines.size())) {
         mergeResults(job, lines);
     }
+}
+
+/// Whether job `index` has failed so that it must not be proved.
+bool ProofDirector::hasFailed(std::size_t index) const
+{
+    const std::lock_guard<std::mutex> lock(entryMutex);
+    return jobStates.at(index).failed;
 }
 
 /// Progress line of a worker body about job `index`.
@@ -79,8 +99,9 @@ void ProofDirector::traceProving(std::size_t index) const
 bool ProofDirector::runProver(const prover_data_t& job, QByteArray& output)
 {
     const bool fed = driver.prover.input == mechanism::input_t::standardInput;
+    const std::size_t most = OUTPUT_LIMIT + job.po_addresses.size() * OUTPUT_LIMIT_PER_GOAL;
     PairResult result = runPair({job.cmdp, job.argsp}, fed ? job.inpath : QString(),
-                                {job.cmdr, job.argsr}, *processes);
+                                {job.cmdr, job.argsr}, most, *processes);
     switch (result.end) {
     case PairEnd::Read:
         output = std::move(result.output);
@@ -92,6 +113,11 @@ bool ProofDirector::runProver(const prover_data_t& job, QByteArray& output)
     case PairEnd::ReaderCrashed:
         writeLog("Driver reader crashed.\n");
         addError(QObject::tr("Driver %1 reader crashed.").arg(driver.name));
+        return false;
+    case PairEnd::TooMuch:
+        writeLog(LOG_PREFIX + ("Reader printed more than " + std::to_string(most)) +
+                 " bytes: the results of a job are lost.\n");
+        addError(QObject::tr("Driver %1 reader printed too much.").arg(driver.name));
         return false;
     case PairEnd::Refused:
         writeLog(LOG_PREFIX + ("Prover or reader refused: " + result.refusal.toStdString()) + "\n");
@@ -124,39 +150,43 @@ void ProofDirector::mergeResults(const prover_data_t& job, const std::vector<QBy
     SaveGroup::Ticket ticket;
     {
         const std::lock_guard<std::mutex> reportLock(reportMutex);
-        std::string report;
+        story_t story;
         try {
             const std::lock_guard<std::mutex> lock(domMutex);
             if (stopped) {
                 return;
             }
-            if (reportResults(job, lines, report)) {
-                traceLine("Saving new DOM in POS file " + pos.toStdString());
-                ticket = saves->join();
+            if (reportResults(job, lines, story)) {
+                story.trace += tracedLine("Saving new DOM in POS file " + pos.toStdString());
+                ticket = saves->join({false, true});
             }
         } catch (...) {
-            // What was due before an unusable address is still shown.
-            std::cout << report << std::flush;
+            tell(story); // what was due before an unusable address is still shown
             throw;
         }
-        // One flush for the marks of a job: nobody can see them come one by one. Not under
-        // `domMutex`: a report that nobody reads must not keep a stop from saving.
-        std::cout << report << std::flush;
+        tell(story);
     }
-    if (!ticket) {
-        return;
+    if (ticket) {
+        saves->wait(ticket, std::max(concurrency, 1U) - 1);
     }
-    const auto save = [this] {
-        return saveDocument(true);
-    };
-    saves->wait(ticket, save, std::max(concurrency, 1U) - 1);
 }
 
-/// Applies the line of every goal and appends its mark to `report`. Returns whether some line was
+/// Writes what a job has to tell, in one piece: nobody can see its marks come one by one. Never
+/// called with `domMutex` held: a stream that nobody reads must not keep a stop from saving.
+void ProofDirector::tell(const story_t& story)
+{
+    if (!story.trace.empty()) {
+        writeLog(story.trace);
+    }
+    std::cout << story.report << std::flush;
+}
+
+/// Applies the line of every goal and appends its mark to the report. Returns whether some line was
 /// recognised. Called with `domMutex` held.
 bool ProofDirector::reportResults(const prover_data_t& job, const std::vector<QByteArray>& lines,
-                                  std::string& report)
+                                  story_t& story)
 {
+    std::string& report = story.report;
     bool changed = false;
     std::size_t next = 0;
     for (const address_t& address : job.po_addresses) {
@@ -167,7 +197,7 @@ bool ProofDirector::reportResults(const prover_data_t& job, const std::vector<QB
             report += xml ? "<m/>" : "-";
             continue;
         }
-        applyResult(address, word);
+        applyResult(address, word, story.trace);
         const pos::status_t status = obligations.at(address.first).second.at(address.second).status;
         report += (xml ? xmlOfStatus : stringOfStatus).at(status);
         if (!goalFilter.isEmpty()) {
@@ -198,14 +228,14 @@ void ProofDirector::reportHeadings(std::size_t obligation, std::string& report)
 }
 
 /// Called with `domMutex` held.
-void ProofDirector::applyResult(const address_t& address, const QString& word)
+void ProofDirector::applyResult(const address_t& address, const QString& word, std::string& traced)
 {
     if (trace == TRACE_PROGRESS) {
         std::ostringstream line;
         line << "updating proof status of proof obligation " << address.first << ","
              << address.second << " to " << word.toStdString() << " for driver "
              << driver.name.toStdString();
-        traceLine(line.str());
+        traced += tracedLine(line.str());
     }
     // With a goal filter the run only looks for a model: the goal keeps its status.
     if (goalFilter.isEmpty()) {

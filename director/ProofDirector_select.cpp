@@ -136,6 +136,12 @@ void ProofDirector::produceWriterData(const QString& directory, const QString& i
         break;
     }
     }
+    {
+        const std::lock_guard<std::mutex> lock(entryMutex);
+        nextEntry = 0;
+        nextProof = 0;
+        jobStates.assign(runs.size(), {});
+    }
     const std::lock_guard<std::mutex> lock(fileMutex);
     writerData = std::move(runs);
 }

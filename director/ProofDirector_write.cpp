@@ -8,10 +8,13 @@
 #include "director/ChildProcess.h"
 #include "director/ProofDirector_p.h"
 
+#include <cerrno>
+#include <cstring>
 #include <new>
 #include <sstream>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace
 {
@@ -35,6 +38,9 @@ void ProofDirector::writeEntry(const std::size_t& index)
               run.args.join(QLatin1Char(' ')).toStdString() + "\n" + LOG_PREFIX + "to generate " +
               run.po2filename.toStdString());
 
+    if (!removeLeftFile(index)) {
+        return;
+    }
     switch (runWriter({run.cmd, run.args}, *processes)) {
     case WriterEnd::NotStarted:
         writeLog(LOG_PREFIX + std::string("Writer had an error.\n"));
@@ -43,8 +49,8 @@ void ProofDirector::writeEntry(const std::size_t& index)
         break;
     case WriterEnd::Crashed:
         writeLog(LOG_PREFIX + std::string("Writer crashed.\n"));
-        addError(
-            tr("Secondary proof obligation generation for driver %1 crashed.").arg(driver.name));
+        addError(QObject::tr("Secondary proof obligation generation for driver %1 crashed.")
+                     .arg(driver.name));
         break;
     case WriterEnd::Exited:
         // Only the file counts, not the exit code.
@@ -58,6 +64,26 @@ void ProofDirector::writeEntry(const std::size_t& index)
     case WriterEnd::Stopped:
         break;
     }
+}
+
+/// Removes what stands in the place of the secondary file of job `index`: an earlier run that was
+/// killed may have left it, and should the writer fail, the prover would take it for this job's.
+/// False when that does not go: then the job has failed, and is not proved either.
+bool ProofDirector::removeLeftFile(std::size_t index)
+{
+    const QString& file = writerData.at(index).po2filename;
+    if (::unlink(file.toUtf8().constData()) == 0 || errno == ENOENT || errno == ENOTDIR) {
+        return true;
+    }
+    const int reason = errno;
+    {
+        const std::lock_guard<std::mutex> lock(entryMutex);
+        jobStates.at(index).failed = true;
+    }
+    writeLog(LOG_PREFIX + ("Cannot remove " + file.toStdString()) +
+             ", which is left from an earlier run: " + std::strerror(reason) + "\n");
+    addError(QObject::tr("Driver %1 cannot write file %2.").arg(driver.name, file));
+    return false;
 }
 
 /// Progress line of a worker body about job `index`.
@@ -82,50 +108,89 @@ void ProofDirector::attempt(const std::function<void()>& job)
     }
 }
 
-/// Takes the next job, if there is one, for the calling worker.
-bool ProofDirector::takeJob(bool write, std::size_t& index)
+/// Takes the next job to write, if there is one, for the calling worker. With `proves` that worker
+/// proves the job, too.
+bool ProofDirector::takeJobToWrite(bool proves, std::size_t& index)
 {
     const std::lock_guard<std::mutex> lock(entryMutex);
-    if (nextEntry >= (write ? writerData.size() : proverData.size())) {
+    if (nextEntry >= jobStates.size()) {
         return false;
     }
     index = nextEntry++;
-    write ? traceWriting(index) : traceProving(index);
+    jobStates[index].proofTaken = proves;
+    traceWriting(index);
     return true;
 }
 
-/// The worker bodies: takes jobs, each by one thread and in increasing order, until none is left.
-void ProofDirector::runJobs(bool write, bool prove)
+/// Takes the next job that nobody has taken to prove, if there is one, for the calling worker.
+bool ProofDirector::takeJobToProve(std::size_t& index)
+{
+    const std::lock_guard<std::mutex> lock(entryMutex);
+    while (nextProof < proverData.size() && jobStates.at(nextProof).proofTaken) {
+        ++nextProof;
+    }
+    if (nextProof >= proverData.size()) {
+        return false;
+    }
+    index = nextProof++;
+    traceProving(index);
+    return true;
+}
+
+/// Nobody takes another job of the current driver.
+void ProofDirector::abandonJobs()
+{
+    const std::lock_guard<std::mutex> lock(entryMutex);
+    nextEntry = jobStates.size();
+    nextProof = jobStates.size();
+}
+
+/// The worker bodies: runs jobs until there is none left. `job` takes one and runs it, and returns
+/// whether there was any.
+void ProofDirector::runJobs(const std::function<bool()>& job)
 {
     bool more = true;
     while (more && !processes->isClosed()) {
         attempt([&] {
-            std::size_t index = 0;
-            more = takeJob(write, index);
-            if (more && write) {
-                writeEntry(index);
-            }
-            if (more && write && prove) {
-                traceProving(index);
-            }
-            if (more && prove) {
-                proveEntry(index);
-            }
+            more = job();
         });
     }
 }
 
 void ProofDirector::writeJob()
 {
-    runJobs(true, false);
+    runJobs([this] {
+        std::size_t index = 0;
+        const bool taken = takeJobToWrite(false, index);
+        if (taken) {
+            writeEntry(index);
+        }
+        return taken;
+    });
 }
 
 void ProofDirector::proveJob()
 {
-    runJobs(false, true);
+    runJobs([this] {
+        std::size_t index = 0;
+        const bool taken = takeJobToProve(index);
+        if (taken) {
+            proveEntry(index);
+        }
+        return taken;
+    });
 }
 
 void ProofDirector::writeAndProveJob()
 {
-    runJobs(true, true);
+    runJobs([this] {
+        std::size_t index = 0;
+        const bool taken = takeJobToWrite(true, index);
+        if (taken) {
+            writeEntry(index);
+            traceProving(index);
+            proveEntry(index);
+        }
+        return taken;
+    });
 }

@@ -257,26 +257,44 @@ TEST_F(Run, ChildrenGetDefaultSignalsAndNoForeignFiles)
     EXPECT_EQ(std::count(files.begin(), files.end(), '\n'), 4) << files;
 }
 
-TEST_F(Run, ATerminationSignalKeepsWhatWasReachedAndLeavesNoChild)
+TEST_F(Run, WhateverEndsTheProgramLeavesNoProcessAndNoVerdictIsLost)
 {
-    test::Driver slow = test::driverSaying(dir, "D2", "Proved");
-    slow.prover.path = dir.script("slow", "echo $$ > up; exec sleep 1000");
-    component({test::driverSaying(dir, "D1", "Proved"), slow},
-              "Unproved/Unproved/Proved,Unproved | Unproved/Unproved/Unproved,Proved");
-    ASSERT_EQ(::mkfifo(dir.path("up").c_str(), 0600), 0);
-    const pid_t program = start(FILES + "-M mechs -c 4");
-    const std::string prover = test::contentOf(dir.path("up")); // waits for the prover
-    ::kill(program, SIGTERM);
-    ::kill(program, SIGTERM);
-    EXPECT_EQ(statusOf(program), 1);
-    EXPECT_EQ(test::contentOf(dir.path("out")).find("TOTAL"), std::string::npos);
-    EXPECT_EQ(statuses(), "Proved/Proved/Proved,Unproved | Unproved/Unproved/Unproved,Proved");
-    EXPECT_FALSE(test::exists(dir.path("tmp/comp_mech_D2_1_0.po2")));
-    const std::string words = "/proc/" + prover.substr(0, prover.size() - 1) + "/cmdline";
-    for (int i = 0; i < 1000 && !test::contentOf(words).empty(); ++i) {
-        ::usleep(10000); // killed, but perhaps not yet gone
+    const struct {
+        const char* label;
+        int signal;
+        int status;
+        const char* role; ///< the tool that never ends
+    } rows[] = {
+        {"a stop during a writer", SIGTERM, 1, "writer"},
+        {"a stop during a prover", SIGTERM, 1, "prover"},
+        {"a kill during a prover", SIGKILL, -SIGKILL, "prover"},
+        {"a kill during a reader", SIGKILL, -SIGKILL, "reader"},
+        {"an interrupt during a writer", SIGINT, -SIGINT, "writer"},
+    };
+    for (const auto& row : rows) {
+        test::Driver slow = test::driverSaying(dir, "D2", "Proved");
+        const std::string body = ": > tmp/comp_mech_D2_1_0.po2; sleep 1000 & echo $! $$ > up; wait";
+        test::Tool& tool = row.role == std::string("writer")   ? slow.writer
+                           : row.role == std::string("prover") ? slow.prover
+                                                               : slow.reader;
+        tool.path = dir.script("slow", body);
+        component({test::driverSaying(dir, "D1", "Proved"), slow},
+                  "Unproved/Unproved/Proved,Unproved | Unproved/Unproved/Unproved,Proved");
+        ::unlink(dir.path("up").c_str());
+        ASSERT_EQ(::mkfifo(dir.path("up").c_str(), 0600), 0);
+        const pid_t program = start(FILES + "-M mechs -c 4");
+        std::istringstream up(test::contentOf(dir.path("up"))); // waits for the tool
+        ::kill(program, row.signal);
+        ::kill(program, row.signal);
+        EXPECT_EQ(statusOf(program), row.status) << row.label;
+        EXPECT_EQ(test::contentOf(dir.path("out")).find("TOTAL"), std::string::npos) << row.label;
+        EXPECT_EQ(statuses(), "Proved/Proved/Proved,Unproved | Unproved/Unproved/Unproved,Proved")
+            << row.label;
+        EXPECT_EQ(test::exists(dir.path("tmp/comp_mech_D2_1_0.po2")), row.status != 1) << row.label;
+        for (int pid = 0; up >> pid;) {
+            EXPECT_TRUE(test::hasEnded(pid, true)) << row.label;
+        }
     }
-    EXPECT_EQ(test::contentOf(words), "");
 }
 
 TEST_F(Run, StandardStreamsThatAreClosedHarmNothing)
@@ -290,29 +308,49 @@ TEST_F(Run, StandardStreamsThatAreClosedHarmNothing)
     EXPECT_EQ(statuses(), "Proved/Proved/Proved");
 }
 
-TEST_F(Run, AReportThatNobodyReadsEndsNothingAndKeepsNoStopFromSaving)
+TEST_F(Run, AStreamThatNobodyReadsEndsNothingAndKeepsNoStopFromSaving)
 {
-#if defined(__SANITIZE_THREAD__)
-    const std::vector<bool> rows = {false}; // there a signal waits for the write that is stuck
-#else
-    const std::vector<bool> rows = {true, false};
+    const struct {
+        const char* label;
+        const char* stream; ///< nobody reads it on from the mark
+        std::string mark;
+        const char* options;
+        bool stopped; ///< otherwise the reader goes away
+    } rows[] = {
+        {"the report is closed", "out", "+++++", "", false},
+#if !defined(__SANITIZE_THREAD__) // there a signal waits for the write that is stuck
+        {"the report is full", "out", "+++++", "", true},
+        {"the trace is full", "err", "obligation 0,0 ", "-t 1", true},
 #endif
-    for (const bool stopped : rows) {
-        component({test::driverSaying(dir, "D1", "Proved")}, "Unproved/Unproved/Proved");
-        std::string pos = test::contentOf(dir.path("comp.pos"));
-        pos.replace(pos.find("PO_0"), 4, std::string(200000, 'Z')); // more than a pipe holds
-        dir.write("comp.pos", pos);
-        ::unlink(dir.path("out").c_str());
-        ASSERT_EQ(::mkfifo(dir.path("out").c_str(), 0600), 0);
-        const int reader = ::open(dir.path("out").c_str(), O_RDONLY | O_NONBLOCK);
-        const pid_t program = start(FILES + "-m mechs/mech.xml");
-        char byte = 0;
-        while (::read(reader, &byte, 1) == 0 || byte != 'Z') {
-            ::usleep(1000); // the report has reached the heading, and is stuck in it
+    };
+    constexpr int GOALS = 5000; // their marks fill more than a pipe of one page
+    const std::string proved = "Proved/Proved/Proved";
+    for (const auto& row : rows) {
+        test::Driver driver = test::driverSaying(dir, "D1", "", "group='full'");
+        driver.writer.path = dir.script("w", "for file; do :; done; echo x > \"$file\"");
+        driver.reader.path = dir.script("r", "yes Proved | head -n " + std::to_string(GOALS));
+        std::string goals;
+        std::string after;
+        for (int goal = 0; goal < GOALS; ++goal) {
+            goals += "Unproved/Unproved/Proved ";
+            after += (goal == 0 ? "" : " ") + proved;
         }
-        stopped ? ::kill(program, SIGTERM) : ::close(reader);
-        EXPECT_EQ(statusOf(program), stopped ? 1 : 0);
-        EXPECT_EQ(statuses(), "Proved/Proved/Proved");
+        component({driver}, goals);
+        ::unlink(dir.path("out").c_str());
+        ::unlink(dir.path("err").c_str());
+        ASSERT_EQ(::mkfifo(dir.path(row.stream).c_str(), 0600), 0);
+        const int reader = ::open(dir.path(row.stream).c_str(), O_RDONLY | O_NONBLOCK);
+        ::fcntl(reader, F_SETPIPE_SZ, 4096);
+        const pid_t program = start(FILES + "-m mechs/mech.xml " + row.options);
+        std::string seen;
+        while (seen.find(row.mark) == std::string::npos) {
+            char byte = 0;
+            ::read(reader, &byte, 1) == 1 ? seen.push_back(byte) : void(::usleep(1000));
+        }
+        row.stopped ? ::kill(program, SIGTERM) : ::close(reader);
+        EXPECT_EQ(statusOf(program), row.stopped ? 1 : 0) << row.label;
+        EXPECT_EQ(statuses(), after) << row.label;
+        row.stopped ? ::close(reader) : 0;
     }
 }
 

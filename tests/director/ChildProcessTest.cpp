@@ -7,6 +7,8 @@
 
 #include <csignal>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace
@@ -21,20 +23,36 @@ protected:
     }
     PairResult pair(const std::string& prover, const std::string& reader, const char* input = "")
     {
-        return runPair(script("p", prover), QString::fromUtf8(input), script("r", reader),
-                       children);
+        return runPair(script("p", prover), QString::fromUtf8(input), script("r", reader), 500000,
+                       groups);
+    }
+    pid_t pidIn(const std::string& name) const
+    {
+        return std::stoi(test::contentOf(dir.path(name)));
     }
 
     test::TempDir dir;
-    ChildList children;
+    ProcessGroups groups;
 };
 
-TEST_F(Children, NoAmountOfOutputBlocksThePair)
+TEST_F(Children, NoAmountOfOutputBlocksThePairAndTooMuchOfItIsNoAnswer)
 {
-    const PairResult result = pair("head -c 500000 /dev/zero; head -c 500000 /dev/zero >&2",
-                                   "cat; head -c 500000 /dev/zero >&2");
+    const std::string noise = "head -c 500000 /dev/zero";
+    const PairResult result = pair(noise + "; " + noise + " >&2", "cat; " + noise + " >&2");
     EXPECT_EQ(result.end, PairEnd::Read);
     EXPECT_EQ(result.output.size(), 500000);
+    // One byte more, before the reader ends, as it ends, and without an end.
+    for (const std::string reader : {"cat; echo; sleep 60", "cat; echo", "cat; yes"}) {
+        const PairResult flood = pair(noise + "; exec sleep 0.1", reader);
+        EXPECT_EQ(flood.end, PairEnd::TooMuch) << reader;
+        EXPECT_TRUE(flood.output.isEmpty());
+    }
+}
+
+TEST_F(Children, AReaderThatOpensItsOutputAnewLosesNothing)
+{
+    const std::string body = "echo Unknown >/dev/stdout; echo Proved | tee /dev/stdout";
+    EXPECT_EQ(pair(":", body).output, "Unknown\nProved\nProved\n");
 }
 
 TEST_F(Children, TheReaderAlwaysSeesTheEndOfItsInput)
@@ -47,49 +65,94 @@ TEST_F(Children, TheReaderAlwaysSeesTheEndOfItsInput)
         EXPECT_EQ(pair("cat", "wc -c", input.c_str()).output, file == "in" ? "3\n" : "0\n") << file;
     }
     const Command missing = {QStringLiteral("/nonexistent/tool"), {}};
-    EXPECT_EQ(runPair(missing, {}, script("r", "wc -c"), children).output, "0\n");
-    EXPECT_EQ(runPair(script("p", ":"), {}, missing, children).end, PairEnd::Read);
+    EXPECT_EQ(runPair(missing, {}, script("r", "wc -c"), 9, groups).output, "0\n");
+    EXPECT_EQ(runPair(script("p", ":"), {}, missing, 9, groups).end, PairEnd::Read);
 }
 
-TEST_F(Children, AGrandchildThatHoldsTheReadersOutputHoldsNobody)
+TEST_F(Children, AGrandchildHoldsNobodyAndEndsWithItsGroup)
 {
     const PairResult result = pair(":", "echo Proved; sleep 60 & echo $! >" + dir.path("pid"));
     EXPECT_EQ(result.output, "Proved\n");
-    EXPECT_EQ(::kill(std::stoi(test::contentOf(dir.path("pid"))), SIGKILL), 0) << "has ended";
+    EXPECT_FALSE(test::hasEnded(pidIn("pid"))) << "somebody has waited for it";
+    groups.endIdle();
+    EXPECT_TRUE(test::hasEnded(pidIn("pid"), true));
+}
+
+TEST_F(Children, AToolThatKillsItsOwnGroupCrashesAndHarmsNobodyElse)
+{
+    std::thread other([this] {
+        ProcessGroups& all = groups;
+        const Command slow = script("slow", "echo > " + dir.path("up") + "; cat; sleep 0.2");
+        EXPECT_EQ(runWriter(slow, all), WriterEnd::Exited);
+    });
+    while (!test::exists(dir.path("up"))) {
+        ::usleep(1000);
+    }
+    for (const std::string signal : {"TERM", "KILL"}) {
+        EXPECT_EQ(pair("kill -" + signal + " 0; sleep 9", "cat").end, PairEnd::ProverCrashed);
+        EXPECT_EQ(pair("echo x", "cat").output, "x\n") << "the next one needs a group, too";
+    }
+    other.join();
+}
+
+TEST_F(Children, AnEndThatNobodyCanTellIsACrash)
+{
+    ::signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(pair("kill -9 $$", "echo Proved").end, PairEnd::ProverCrashed);
+    EXPECT_EQ(runWriter(script("w", ":"), groups), WriterEnd::Crashed);
+    ::signal(SIGCHLD, SIG_DFL);
 }
 
 TEST_F(Children, NothingStartsAfterAStop)
 {
-    children.killAll();
+    groups.closeAndKill();
     EXPECT_EQ(pair("touch " + dir.path("late"), ":").end, PairEnd::Stopped);
-    EXPECT_EQ(runWriter(script("w", "touch " + dir.path("late")), children), WriterEnd::Stopped);
+    EXPECT_EQ(runWriter(script("w", "touch " + dir.path("late")), groups), WriterEnd::Stopped);
     EXPECT_FALSE(test::exists(dir.path("late")));
 }
 
-TEST_F(Children, ARefusedStartIsAFailedJobAndTheNextOneGoesOn)
+TEST_F(Children, ARefusedStartWaitsForOthersAndAloneIsAFailedJob)
 {
 #if defined(__SANITIZE_ADDRESS__)
     GTEST_SKIP() << "the undefined sanitizer needs a pipe to check a pointer";
 #endif
     const Command prover = script("p", "echo x");
     const Command reader = script("r", "cat");
+    const auto run = [&] {
+        return runPair(prover, {}, reader, 9, groups);
+    };
     rlimit limit = {};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
     const rlim_t before = limit.rlim_cur;
     int refused = 0;
+    unsigned int enough = 0; // for one pair
     const int highest = ::dup(0);
     ::close(highest);
-    for (unsigned int room = 0; room < 12; ++room) {
+    for (unsigned int room = 0; room < 16; ++room) {
         limit.rlim_cur = static_cast<rlim_t>(highest) + room;
         ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
-        const PairResult result = runPair(prover, {}, reader, children);
+        const PairResult result = run();
         refused += result.end == PairEnd::Refused ? 1 : 0;
+        enough = result.end == PairEnd::Refused ? room + 1 : enough;
         EXPECT_EQ(result.end == PairEnd::Read, result.refusal.isEmpty()) << room;
+    }
+    EXPECT_GE(refused, 8) << "each file of a job in turn";
+    limit.rlim_cur = static_cast<rlim_t>(highest) + enough;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    std::vector<std::thread> workers;
+    for (int worker = 0; worker < 4; ++worker) {
+        workers.emplace_back([&] {
+            for (int job = 0; job < 10; ++job) {
+                EXPECT_EQ(run().output, "x\n");
+            }
+        });
+    }
+    for (std::thread& worker : workers) {
+        worker.join();
     }
     limit.rlim_cur = before;
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
-    EXPECT_GE(refused, 5) << "each file of a job in turn";
-    EXPECT_EQ(runPair(prover, {}, reader, children).output, "x\n");
+    EXPECT_EQ(run().output, "x\n");
 }
 
 } // namespace

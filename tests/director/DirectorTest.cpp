@@ -7,6 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
+#include <QTranslator>
+
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
 #include <iostream>
 #include <thread>
 
@@ -14,6 +20,21 @@
 
 using test::Captured;
 using test::driverSaying;
+
+/// Shows in which context a message is translated.
+class ContextTranslator final : public QTranslator
+{
+public:
+    QString translate(const char* context, const char* text, const char* /*disambiguation*/,
+                      int /*n*/) const override
+    {
+        return QString::fromUtf8(context) + QStringLiteral(": ") + QString::fromUtf8(text);
+    }
+    bool isEmpty() const override
+    {
+        return false;
+    }
+};
 
 struct Settings {
     std::string trust = "always";
@@ -74,6 +95,15 @@ protected:
             EXPECT_EQ(made->proverData[i].argsr, QStringList(made->proverData[i].inpath));
         }
         return text.str();
+    }
+
+    /// How many files of the test's folder have `part` in their name.
+    std::ptrdiff_t filesOf(const std::string& part) const
+    {
+        const std::filesystem::directory_iterator files(dir.path());
+        return std::count_if(begin(files), end(files), [&](const auto& file) {
+            return file.path().filename().string().find(part) != std::string::npos;
+        });
     }
 
     void update(std::size_t driver, const std::string& word)
@@ -265,11 +295,19 @@ TEST_F(ProofDirectorTest, FailedToolsAreSaidAndChangeNoGoal)
     const std::string untouched = "Unproved/Unproved/Proved Unproved/Unproved/Proved";
     const std::string good = "echo x > ${10}";
     const std::string count = "Unexpected number of results. Expected: 2 Found: ";
-    const std::string reader = "\nUnexpected number of results from driver D1 reader.";
+    const std::string reader = "\nQObject: Unexpected number of results from driver D1 reader.";
     const std::string p = "-- ProofDirector -- ";
     const std::string generation = " proof obligation generation for driver D1";
     // The bodies of writer, prover and reader; what is logged, and collected; the document.
     const std::string rows[][6] = {
+        {"a folder in the way", good, "cat", "echo Proved; echo Proved",
+         p + "Cannot remove FILE, which is left from an earlier run: Is a directory\n"
+             "QObject: Driver D1 cannot write file FILE.",
+         untouched},
+        {"a flood", good, "cat", "head -c 67110000 /dev/zero",
+         p + "Reader printed more than 67109376 bytes: the results of a job are lost.\n"
+             "QObject: Driver D1 reader printed too much.",
+         untouched},
         {"all well, exit codes and output do not count",
          "cat; head -c 300000 /dev/zero; echo x > ${10}; exit 3", "cat; exit 4",
          "printf 'Proved\\nDisproved\\n'; exit 5", "",
@@ -277,21 +315,26 @@ TEST_F(ProofDirectorTest, FailedToolsAreSaidAndChangeNoGoal)
         {"too many lines", good, "cat", "printf 'Proved\\n\\nProved\\n'", count + "3" + reader,
          untouched},
         {"prover crashed", good, "kill -9 $$", "echo Proved; exec sleep 1000",
-         "Driver prover crashed.\nDriver D1 prover crashed.", untouched},
+         "Driver prover crashed.\nQObject: Driver D1 prover crashed.", untouched},
         {"reader crashed", good, "cat", "kill -9 $$",
-         "Driver reader crashed.\nDriver D1 reader crashed.", untouched},
+         "Driver reader crashed.\nQObject: Driver D1 reader crashed.", untouched},
         {"writer crashed", "echo x > ${10}; kill -9 $$", "cat", "printf 'Unknown\\nUnknown\\n'",
-         p + "Writer crashed.\nSecondary" + generation + " crashed.",
+         p + "Writer crashed.\nQObject: Secondary" + generation + " crashed.",
          "Unproved/Unknown/Unknown Unproved/Unknown/Unknown"},
         {"writer not started", "", "cat", "printf 'Unknown\\nUnknown\\n'",
-         p + "Writer had an error.\nError starting secondary" + generation + ".",
+         p + "Writer had an error.\nQObject: Error starting secondary" + generation + ".",
          "Unproved/Unknown/Unknown Unproved/Unknown/Unknown"},
         {"nothing written", "exit 0", "cat", ":",
          p + "Secondary po FILE not found.\n" + count +
-             "1\nSecondary proof obligation for driver D1 not found in file FILE." + reader,
+             "1\nQObject: Secondary proof obligation for driver D1 not found in file FILE." +
+             reader,
          untouched},
     };
     const std::string file = dir.path(":c.d%2_mech_D1.po2");
+    int arguments = 0;
+    QCoreApplication application(arguments, nullptr);
+    ContextTranslator translator;
+    QCoreApplication::installTranslator(&translator);
     for (const auto& [label, writer, prover, body, said, statuses] : rows) {
         const bool unchanged = statuses == untouched;
         test::Driver driver = {"D1", "group='full'", {dir.script("w", writer)}};
@@ -301,7 +344,11 @@ TEST_F(ProofDirectorTest, FailedToolsAreSaidAndChangeNoGoal)
         if (writer.empty()) {
             ::unlink(driver.writer.path.c_str());
         }
+        // An earlier run has left it: nobody may take it for what this writer makes.
+        label == rows[0][0] ? std::filesystem::create_directory(file)
+                            : !dir.write(":c.d%2_mech_D1.po2", "left").empty();
         EXPECT_EQ(replay().find("PO_0") == std::string::npos, unchanged) << label;
+        std::filesystem::remove(label == rows[0][0] ? file : "");
         QString told = QString::fromStdString(log) + made->getErrors().join(QLatin1Char('\n'));
         told.replace(QString::fromStdString(file), QStringLiteral("FILE"));
         EXPECT_EQ(told.toStdString(), said) << label;
@@ -378,31 +425,79 @@ TEST_F(ProofDirectorTest, WithAGoalFilterTheRestOfTheOutputIsAModel)
         EXPECT_EQ(test::statusesOf(posPath), "Unproved/Unproved/Unproved | Proved/Proved/Proved");
         EXPECT_NE(test::contentOf(posPath).find("author="), std::string::npos) << "saved";
     }
-    // A number that is none selects an address that no goal has.
-    make({driver}, "Unproved/Unproved/Proved", {"always", 1, "PO_0.x"});
-    const Captured report(std::cout);
-    EXPECT_THROW(made->replay(), std::out_of_range);
-    EXPECT_NE(report.text().find("PO_0\n"), std::string::npos) << report.text();
+    // A number that no goal has, or that is none: the thread that plays hears of it.
+    for (const std::string number : {"x", "2", "-2147483648"}) {
+        for (const unsigned int workers : {1U, 3U}) {
+            make({driver}, "Unproved/Unproved/Proved", {"always", workers, "PO_0." + number});
+            const Captured report(std::cout);
+            EXPECT_THROW(made->replay(), std::out_of_range);
+            EXPECT_NE(report.text().find("PO_0\n"), std::string::npos) << report.text();
+            EXPECT_EQ(filesOf("c.d"), 0) << "a secondary file is left";
+        }
+    }
 }
 
 TEST_F(ProofDirectorTest, JobsRunInPartsAndHeadingsOnlyGoForward)
 {
-    make({driverSaying(dir, "D1", "Proved")},
-         "Unproved/Unproved/Proved | | Unproved/Unproved/Proved", {"never", 1, "", "", false, true})
-        .reloadPosFile();
-    const Captured report(std::cout);
-    made->prepareDriver(0);
+    const Captured captured(std::cout);
+    std::size_t told = 0;
+    const auto report = [&] {
+        const std::string news = captured.text().substr(told);
+        told += news.size();
+        return news;
+    };
+    const auto prepare = [this] {
+        make({driverSaying(dir, "D1", "Proved")},
+             "Unproved/Unproved/Proved | | Unproved/Unproved/Proved",
+             {"never", 1, "", "", false, true})
+            .reloadPosFile();
+        made->prepareDriver(0);
+    };
+    prepare();
     made->proveJob();
-    const std::string early = report.text();
-    EXPECT_NE(early.find("PO_2</name>\n\t\t\t<m/>"), std::string::npos) << "nothing is written";
+    EXPECT_NE(report().find("PO_2</name>\n\t\t\t<m/>"), std::string::npos) << "nothing is written";
     made->prepareDriver(0);
     made->writeJob();
     made->proveEntry(1);
     made->proveEntry(0);
-    EXPECT_EQ(report.text().substr(early.size()),
-              "\t\t<operation><name>PO_0</name>\n\t\t\t</operation>\n"
-              "\t\t<operation><name>PO_1</name>\n\t\t\t</operation>\n"
-              "\t\t<operation><name>PO_2</name>\n\t\t\t<u/><u/>");
+    const std::string open = "\t\t<operation><name>PO_0</name>\n\t\t\t";
+    const std::string next = "</operation>\n\t\t<operation><name>PO_1</name>\n\t\t\t</operation>\n"
+                             "\t\t<operation><name>PO_2</name>\n\t\t\t<u/>";
+    EXPECT_EQ(report(), open + next + "<u/>");
+    prepare();
+    made->writeJob();
+    EXPECT_EQ(filesOf("c.d"), 2);
+    made->proveJob();
+    made->proveJob(); // which has nothing left to prove
+    EXPECT_EQ(report(), open + "<u/>" + next);
+    made->finishDriver();
+    EXPECT_EQ(filesOf("c.d"), 0);
+    prepare();
+    made->writeAndProveJob();
+    made->proveJob(); // each was proved by whoever wrote it
+    EXPECT_EQ(report(), open + "<u/>" + next);
+}
+
+TEST_F(ProofDirectorTest, ASaveDuringALoadLosesNoRegistration)
+{
+    std::string goals;
+    for (int goal = 0; goal < 60; ++goal) {
+        goals += "Unproved | ";
+    }
+    for (int round = 0; round < 60; ++round) {
+        make({{"D1"}}, goals);
+        std::atomic<bool> loaded{false};
+        std::thread other([&] {
+            while (!loaded) {
+                made->savePosFile();
+            }
+        });
+        made->loadPosFile();
+        loaded = true;
+        other.join();
+        EXPECT_TRUE(made->savePosFile());
+        EXPECT_EQ(test::statusesOf(posPath).find(" Unproved |"), std::string::npos);
+    }
 }
 
 TEST_F(ProofDirectorTest, ManyWorkersLoseNoVerdict)

@@ -9,6 +9,8 @@
 #include <fstream>
 #include <sstream>
 
+#include <unistd.h>
+
 namespace test
 {
 
@@ -56,6 +58,16 @@ std::string contentOf(const std::string& path)
 bool exists(const std::string& path)
 {
     return std::filesystem::exists(std::filesystem::symlink_status(path));
+}
+
+bool hasEnded(int pid, bool waits)
+{
+    bool ended = false;
+    for (int tries = waits ? 1000 : 1; tries > 0 && !ended; --tries) {
+        ended = contentOf("/proc/" + std::to_string(pid) + "/cmdline").empty();
+        ::usleep(ended ? 0 : 10000);
+    }
+    return ended;
 }
 
 QDomDocument documentOf(const std::string& xml)

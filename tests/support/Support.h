@@ -65,6 +65,9 @@ std::string contentOf(const std::string& path);
 /// True when something exists at `path`.
 bool exists(const std::string& path);
 
+/// Whether a process is gone or a zombie; with `waits` it gets some seconds for that.
+bool hasEnded(int pid, bool waits = false);
+
 /// The document that `xml` holds; fails the running test when it is not well-formed.
 QDomDocument documentOf(const std::string& xml);
 

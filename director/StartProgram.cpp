@@ -1,0 +1,117 @@
+#include "director/StartProgram.h"
+
+#include <cerrno>
+#include <csignal>
+#include <utility>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+/// The signals that a child takes as the system gives them: all but those that we were told to
+/// ignore, by nohup for one. Two are reset in any case: a tool expects that writing into a closed
+/// pipe ends it, and that it can wait for its own children, whatever this process has chosen for
+/// itself. Naming all of them spares a start a question to the system for each.
+const sigset_t& defaultSignals()
+{
+    static const sigset_t reset = [] {
+        sigset_t set;
+        sigfillset(&set);
+        for (int signal = 1; signal <= SIGRTMAX; ++signal) {
+            struct sigaction action = {};
+            if (signal != SIGPIPE && signal != SIGCHLD &&
+                ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
+                sigdelset(&set, signal);
+            }
+        }
+        return set;
+    }();
+    return reset;
+}
+
+} // namespace
+
+QString programOfPath(const QString& path)
+{
+    const QChar quote = QLatin1Char('"');
+    const bool wrapped = path.size() >= 2 && path.startsWith(quote) && path.endsWith(quote);
+    const QString program = wrapped ? path.mid(1, path.size() - 2) : path;
+    return program.contains(QLatin1Char('/')) ? program : QStringLiteral("./") + program;
+}
+
+Arguments::Arguments(const Command& command)
+{
+    words.push_back(programOfPath(command.path).toUtf8());
+    for (const QString& argument : command.arguments) {
+        words.push_back(argument.toUtf8());
+    }
+    for (QByteArray& word : words) {
+        pointers.push_back(word.data());
+    }
+    pointers.push_back(nullptr);
+}
+
+Streams::Streams(int input, int output, int errors, int dropped)
+{
+    posix_spawn_file_actions_init(&list);
+    const int numbers[] = {input, output, errors};
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO && failure == 0; ++stream) {
+        failure = posix_spawn_file_actions_adddup2(&list, numbers[stream], stream);
+    }
+    if (failure == 0) {
+        failure = posix_spawn_file_actions_addclose(&list, dropped);
+    }
+}
+
+Streams::~Streams()
+{
+    posix_spawn_file_actions_destroy(&list);
+}
+
+Child::~Child()
+{
+    if (pid != 0) {
+        ::kill(pid, SIGKILL);
+        reapCrashed();
+    }
+}
+
+int Child::start(const Arguments& arguments, const Streams& streams, pid_t group) noexcept
+{
+    if (streams.error() != 0) {
+        return streams.error();
+    }
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigdefault(&attributes, &defaultSignals());
+    posix_spawnattr_setpgroup(&attributes, group);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+    pid_t started = 0;
+    const int error = ::posix_spawn(&started, arguments.list()[0], streams.actions(), &attributes,
+                                    arguments.list(), environ);
+    posix_spawnattr_destroy(&attributes);
+    pid = error == 0 ? started : 0;
+    return error;
+}
+
+bool Child::reapCrashed() noexcept
+{
+    if (pid == 0) {
+        return false;
+    }
+    int status = 0;
+    pid_t reaped = 0;
+    do {
+        reaped = ::waitpid(pid, &status, 0);
+    } while (reaped < 0 && errno == EINTR);
+    // Where the process ignores SIGCHLD, the system keeps no record of how a child ended.
+    const bool known = std::exchange(pid, 0) == reaped;
+    return !known || WIFSIGNALED(status);
+}
+
+bool isRefusal(int error)
+{
+    return error == EAGAIN || error == ENOMEM || error == EMFILE || error == ENFILE;
+}

@@ -1,0 +1,103 @@
+#pragma once
+
+// Starting a program as a child of this process.
+//
+// A start goes through posix_spawn, which lends the child our memory until it runs its program: the
+// cost of a start does not grow with the component, as that of a fork does, which copies the page
+// tables. What takes memory (Arguments, Streams) is made beforehand: a start itself never throws,
+// since a child that was started before it must not be forgotten.
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+#include <spawn.h>
+#include <sys/types.h>
+
+/// A program as a mechanism names it (perhaps wrapped in double quotes), and its arguments.
+struct Command {
+    QString path;
+    QStringList arguments;
+};
+
+/// The program that a tool's path means: without the double quotes that a path with a blank is
+/// wrapped in, and never looked up along PATH (a bare name is one in the current directory).
+QString programOfPath(const QString& path);
+
+/// The words of a command in the form that the system takes.
+class Arguments
+{
+public:
+    explicit Arguments(const Command& command);
+
+    char* const* list() const
+    {
+        return pointers.data();
+    }
+
+private:
+    std::vector<QByteArray> words;
+    std::vector<char*> pointers;
+};
+
+/// Which standard streams a child gets, and which of our files it must let go of before it runs its
+/// program (for which closing on that occasion comes too late). Memory that ran out on the way
+/// shows in error(): a child started all the same would have some of our streams.
+class Streams
+{
+public:
+    Streams(int input, int output, int errors, int dropped);
+    ~Streams();
+    Streams(const Streams&) = delete;
+    Streams& operator=(const Streams&) = delete;
+
+    int error() const
+    {
+        return failure;
+    }
+    const posix_spawn_file_actions_t* actions() const
+    {
+        return &list;
+    }
+
+private:
+    posix_spawn_file_actions_t list = {};
+    int failure = 0;
+};
+
+/// A child process. At the end of the object one that was not reaped is killed and reaped.
+class Child
+{
+public:
+    Child() = default;
+    ~Child();
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+
+    /// Starts a program with these standard streams, as a member of the process group `group` from
+    /// before its first instruction; returns once it runs or cannot, with 0 or the reason.
+    int start(const Arguments& arguments, const Streams& streams, pid_t group) noexcept;
+
+    bool isRunning() const
+    {
+        return pid != 0;
+    }
+    pid_t id() const
+    {
+        return pid;
+    }
+
+    /// Waits until the child has ended. True when it ended by a signal, and when nobody can tell
+    /// any more how it ended: then its end is never taken for an ordinary one. False also when
+    /// there is no child.
+    bool reapCrashed() noexcept;
+
+private:
+    pid_t pid = 0;
+};
+
+/// True when a start failed for want of room, which a later one may find; false when the program is
+/// to blame.
+bool isRefusal(int error);
