@@ -127,17 +127,12 @@ T_resource_line* T_resource_file::load()
 
 void T_resource_file::forget_items()
 {
-    // 1. Comments first, so that none takes its line along when its identifier goes.
     for (T_resource_line* line = first_line(); line != nullptr; line = line->next_line()) {
         line->detach_comment();
-    }
-    // 2. Identifiers, each once the last line of its definition has let go of it.
-    for (T_resource_line* line = first_line(); line != nullptr; line = line->next_line()) {
         T_resource_ident* const ident = line->get_ident();
         line->set_item(nullptr);
-        if (ident != nullptr && ident->get_line() == line) {
-            ident->set_line(nullptr);
-            ident->get_tool()->delete_ident(ident);
+        if (ident != nullptr) {
+            ident->await_definition();
         }
     }
 }

@@ -59,8 +59,9 @@ public:
 
     /// Reads the file line by line as set_line does, numbered from 1, and returns the first line;
     /// null when there is none, or when the file cannot be opened (reported) or is empty. The
-    /// lines come back without items: resources that lines already here defined are deleted, since
-    /// the analysis that follows finds them again wherever their text has stayed.
+    /// lines come back without items. Resources that lines already here defined await the
+    /// analysis, which has to follow: it defines them again, each at its old place among the
+    /// resources of its tool, or deletes them.
     T_resource_line* load();
 
     /// Writes the lines to the file; what it held before is kept under the name with a tilde.

@@ -53,6 +53,13 @@ void T_resource_manager::delete_all_tools()
     delete_list(&first, &last);
 }
 
+void T_resource_manager::delete_awaiting()
+{
+    for (T_resource_tool* tool = first_tool(); tool != nullptr; tool = tool->next_tool()) {
+        tool->delete_awaiting();
+    }
+}
+
 T_resource_file* T_resource_manager::get_file(T_resource_source source) const
 {
     const auto slot = static_cast<std::size_t>(source);

@@ -33,6 +33,8 @@ public:
     /// Deletes the tool that get_tool gives, if any.
     void delete_tool(const char* name);
     void delete_all_tools();
+    /// Deletes, in every tool, the resources that still await a definition.
+    void delete_awaiting();
 
     /// The file of that source; null when there is none, or no such source.
     T_resource_file* get_file(T_resource_source source) const;

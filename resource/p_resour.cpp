@@ -35,8 +35,15 @@ void T_resource_ident::set_value(const char* text)
     value.init_string(text);
 }
 
+void T_resource_ident::await_definition()
+{
+    line = nullptr;
+    awaiting = true;
+}
+
 void T_resource_ident::attach(T_resource_line* first_part, T_resource_line* new_line)
 {
+    awaiting = false;
     line = new_line;
     line->set_item(this);
     for (T_resource_line* part = first_part; part != line; part = part->next_line()) {

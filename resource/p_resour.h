@@ -44,6 +44,14 @@ public:
     {
         line = new_line;
     }
+    /// Gives up the lines of the definition, which no longer have the identifier as their item: the
+    /// analysis of their file decides whether it has a definition still.
+    void await_definition();
+    /// True from await_definition up to the next definition.
+    bool awaits_definition() const
+    {
+        return awaiting;
+    }
     /// Links the identifier with its definition: `first_part` and every line from there to
     /// `new_line`, which stand in one file and hold no item yet.
     void attach(T_resource_line* first_part, T_resource_line* new_line);
@@ -63,6 +71,7 @@ private:
     T_resource_string name;
     T_resource_string value;
     T_resource_line* line = nullptr;
+    bool awaiting = false;
     T_resource_item* first = nullptr;
     T_resource_item* last = nullptr;
 };

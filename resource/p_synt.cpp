@@ -190,10 +190,16 @@ T_resource_line* analyse_line(T_resource_line* line, T_pending& pending)
 
 void syntax_analysis(T_resource_line* line)
 {
+    if (line == nullptr) {
+        return;
+    }
+    T_resource_manager* const manager = line->get_file()->get_manager();
     T_pending pending;
     while (line != nullptr) {
         line = analyse_line(line, pending)->next_line();
     }
-    // No resource follows: these comments stay with their lines.
+    // 1. No resource follows: these comments stay with their lines.
     release_comments(&pending.first, &pending.last);
+    // 2. The file defines these no more.
+    manager->delete_awaiting();
 }

@@ -9,5 +9,6 @@
 class T_resource_line;
 
 /// Analyses a freshly loaded file from its first line on, whose lines hold no items yet. Errors
-/// are reported line by line on standard error; analysis goes on after them.
+/// are reported line by line on standard error; analysis goes on after them. Resources that awaited
+/// a definition and got none are deleted.
 void syntax_analysis(T_resource_line* line);

@@ -42,7 +42,8 @@ T_resource_ident* T_resource_tool::set_resource(const char* resource, const char
         return ident;
     }
     ident->set_value(value);
-    if (ident->get_line() == nullptr) {
+    const bool awaited = line != nullptr && ident->awaits_definition();
+    if (ident->get_line() == nullptr && !awaited) {
         // No newline here: deliberate.
         std::fprintf(stderr, "Resource \"%s\" sans ligne rattachee", ident->get_name());
         return nullptr;
@@ -89,6 +90,18 @@ void T_resource_tool::delete_resource(const char* resource)
 void T_resource_tool::delete_ident(T_resource_ident* ident)
 {
     delete_item(ident, &first, &last);
+}
+
+void T_resource_tool::delete_awaiting()
+{
+    T_resource_ident* ident = first_ident();
+    while (ident != nullptr) {
+        T_resource_ident* const after = ident->next_ident();
+        if (ident->awaits_definition()) {
+            delete_ident(ident);
+        }
+        ident = after;
+    }
 }
 
 void T_resource_tool::print_resources(FILE* stream) const

@@ -41,12 +41,14 @@ public:
     /// the last of the definition already, the definition moves to that line, and all lines of the
     /// earlier one are deleted. Without a line it is written into the file that is saved. A
     /// resource that exists keeps its place in the list. Null, after a report, for one that exists
-    /// and has no line.
+    /// and has no line, unless the line given is the definition that it awaits.
     T_resource_ident* set_resource(const char* resource, const char* value, T_resource_line* line);
 
     /// Deletes the resource of that name, if there is one, with its lines.
     void delete_resource(const char* resource);
     void delete_ident(T_resource_ident* ident);
+    /// Deletes the resources whose definition the analysis of a file read again has not found.
+    void delete_awaiting();
     void print_resources(FILE* stream) const;
 
 private:

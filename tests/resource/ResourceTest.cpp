@@ -147,9 +147,11 @@ TEST_F(Resources, DefinitionReadLastCountsAndTakesNoneBackWhenItGoes)
 TEST_F(Resources, ExplicitFileIsLaidOverTheLinesOfTheOneBefore)
 {
     load(E, "! one\nORN*T*A: 1\nORN*T*B: \\\n2\nORN*T*C: 3\n");
+    load(W, "ORN*T*W: w\n");
     load(E, "ORN*T*A: 4\n! two\nORN*T*D: 5\n", "other");
     EXPECT_EQ(shapeOf(E), "A! twoD2C");
-    EXPECT_EQ(printed(), "ORN*T*A: 4\nORN*T*D: 5\nORN*T*C: 3\n");
+    // What is defined again keeps its place.
+    EXPECT_EQ(printed(), "ORN*T*A: 4\nORN*T*C: 3\nORN*T*W: w\nORN*T*D: 5\n");
     EXPECT_EQ(resource_manager->get_file(E)->get_name(), std::string("other"));
 }
 
