@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <memory>
 #include <new>
+#include <set>
 #include <string>
 
 #include <sys/stat.h>
@@ -22,6 +23,17 @@ void report(const char* message, const std::string& name)
     std::fprintf(stderr, "%s %s ", message, name.c_str());
     errno = reason;
     std::perror("because");
+}
+
+/// All zero when there is no such file.
+T_file_stamp stamp_of(const char* path)
+{
+    struct stat status;
+    if (stat(path, &status) != 0) {
+        return {};
+    }
+    return {status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec,
+            status.st_mtim.tv_nsec};
 }
 
 } // namespace
@@ -175,17 +187,32 @@ void T_resource_file::read_lines(FILE* stream, std::size_t size)
 
 void T_resource_file::save() const
 {
-    const std::string backup = std::string(get_name()) + get_RESOURCE_MARK_TILDA();
-    if (std::rename(get_name(), backup.c_str()) != 0) {
-        report("Can rename file:", get_name() + (" in " + backup));
+    std::set<T_file_stamp>& unfinished = get_manager()->unfinished_files();
+    // What a failed save has left must not replace the last whole copy: that is the backup.
+    if (unfinished.count(stamp_of(get_name())) == 0) {
+        move_to_backup();
     }
     FILE* const stream = s_fopen(get_name(), "w");
     if (stream == nullptr) {
         return;
     }
     const bool written = write_lines(stream);
-    if (std::fclose(stream) != 0 && written) {
+    const bool closed = std::fclose(stream) == 0;
+    if (written && !closed) {
         report("Can not close file:", get_name());
+    }
+    if (written && closed) {
+        unfinished.erase(stamp_of(get_name()));
+    } else {
+        unfinished.insert(stamp_of(get_name()));
+    }
+}
+
+void T_resource_file::move_to_backup() const
+{
+    const std::string backup = std::string(get_name()) + get_RESOURCE_MARK_TILDA();
+    if (std::rename(get_name(), backup.c_str()) != 0) {
+        report("Can rename file:", get_name() + (" in " + backup));
     }
 }
 

@@ -9,8 +9,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <ctime>
+#include <tuple>
+
+#include <sys/types.h>
 
 class T_resource_manager;
+
+/// Device, inode, size and time of the last change: tells a file on disk from any other, and from
+/// itself once somebody has written to it.
+using T_file_stamp = std::tuple<dev_t, ino_t, off_t, std::time_t, long>;
 
 /// Which of the three files a resource set came from.
 enum T_resource_source {
@@ -64,8 +72,8 @@ public:
     /// resources of its tool, or deletes them.
     T_resource_line* load();
 
-    /// Writes the lines to the file; what it held before is kept under the name with a tilde.
-    /// Failures are reported.
+    /// Writes the lines to the file; what it held before is kept under the name with a tilde,
+    /// unless it is what an earlier save failed to finish. Failures are reported.
     void save() const;
 
 private:
@@ -75,6 +83,7 @@ private:
     void forget_items();
     void read_lines(FILE* stream, std::size_t size);
     void put_line(T_resource_line* line, const char* text);
+    void move_to_backup() const;
     bool write_lines(FILE* stream) const;
 
     T_resource_string name;

@@ -9,6 +9,7 @@
 #include <array>
 #include <cstdio>
 #include <memory>
+#include <set>
 
 class T_resource_ident;
 
@@ -51,6 +52,12 @@ public:
     /// Writes the definition of an identifier without a line at the end of the writable file.
     void new_line_value(T_resource_ident* ident);
 
+    /// The files that a save of this process failed to finish, as it left them.
+    std::set<T_file_stamp>& unfinished_files()
+    {
+        return unfinished;
+    }
+
     void print_resources(FILE* stream) const;
 
 private:
@@ -61,6 +68,7 @@ private:
     T_resource_item* first = nullptr;
     T_resource_item* last = nullptr;
     T_resource_index<T_resource_tool> index;
+    std::set<T_file_stamp> unfinished;
 };
 
 /// The manager that the C interface works on; null until it is made.
