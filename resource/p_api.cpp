@@ -136,7 +136,7 @@ void resource_info(void)
 
 void print_resources(FILE* stream)
 {
-    if (resource_manager != nullptr) {
+    if (resource_manager != nullptr && stream != nullptr) {
         resource_manager->print_resources(stream);
     }
 }

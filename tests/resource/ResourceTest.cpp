@@ -304,6 +304,8 @@ TEST_F(Resources, OfTwoToolsOfOneNameTheFirstIsMeant)
     EXPECT_STREQ(lookup_resource("T", "K"), "1");
     delete_tool_resources("T");
     EXPECT_STREQ(lookup_resource("T", "K"), "2");
+    delete_tool_resources(nullptr); // the first of all
+    EXPECT_EQ(printed(), "");
 }
 
 TEST_F(Resources, ResourceWithoutLineIsReportedAndNotDefined)

@@ -10,6 +10,7 @@ void api_in_c(void)
     set_resource("Tool", "key", "value");
     puts(lookup_resource("Tool", "key") && get_resource_manager() ? "found" : "none");
     print_resources(stdout);
+    print_resources(NULL);
     resource_info();
     save_resources();
     delete_tool_resources("Tool");
