@@ -5,11 +5,20 @@ get_property(libraries GLOBAL PROPERTY MECHRUN_LIBRARIES)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/mechrun)
 
 install(TARGETS mechrun RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+# In a file of its own, the resource manager can be imported where there is no Qt.
+list(REMOVE_ITEM libraries mechrun_resource)
+install(TARGETS mechrun_resource EXPORT mechrunResourceTargets
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(TARGETS ${libraries} EXPORT mechrunTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(EXPORT mechrunResourceTargets NAMESPACE mechrun:: DESTINATION ${package_dir}
+  COMPONENT development)
 install(EXPORT mechrunTargets NAMESPACE mechrun:: DESTINATION ${package_dir}
   COMPONENT development)
 
+# What our C++ compiler links by itself and a C compiler does not.
+set(cxx_runtime ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
+list(REMOVE_ITEM cxx_runtime ${CMAKE_C_IMPLICIT_LINK_LIBRARIES})
 configure_package_config_file(cmake/mechrunConfig.cmake.in
   ${CMAKE_CURRENT_BINARY_DIR}/mechrunConfig.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/mechrunConfigVersion.cmake
