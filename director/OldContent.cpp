@@ -10,6 +10,12 @@ namespace
 
 constexpr std::size_t MOST_WAITING = 4;
 
+/// A child that is being started holds a copy of every descriptor until its program runs. So a
+/// content can take its room a little longer than until it is closed here; so can a new file that
+/// was given up because it found no room.
+constexpr std::chrono::milliseconds COPIES_GO_WITHIN(200);
+constexpr std::chrono::milliseconds MOMENT(1);
+
 } // namespace
 
 OldContent::~OldContent()
@@ -27,24 +33,37 @@ OldContent::~OldContent()
 void OldContent::keep(const QString& path)
 {
     kept = ::open(path.toUtf8().constData(), O_PATH | O_CLOEXEC);
+    begin = Clock::now();
 }
 
-void OldContent::release()
+void OldContent::release(bool replaced)
 {
-    if (kept >= 0 && !hand(kept)) {
+    const bool handed = replaced && kept >= 0 && hand(kept);
+    if (kept >= 0 && !handed) {
         ::close(kept);
     }
     kept = -1;
+    if (replaced) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        freed = Clock::now(); // the worker sets it again
+    }
 }
 
-bool OldContent::freeAll()
+bool OldContent::awaitRoom()
 {
-    std::unique_lock<std::mutex> lock(mutex);
-    const bool some = !released.empty();
-    changed.wait(lock, [this] {
-        return released.empty();
-    });
-    return some;
+    bool late = false;
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait(lock, [this] {
+            return released.empty();
+        });
+        late = begin < freed + COPIES_GO_WITHIN;
+    }
+    if (late) {
+        std::this_thread::sleep_for(MOMENT);
+        begin = Clock::now();
+    }
+    return late;
 }
 
 /// Hands `fd` to the worker; false when there is none to be had, or when it is behind.
@@ -79,6 +98,7 @@ void OldContent::work()
         ::close(fd);
         lock.lock();
         released.pop_front();
+        freed = Clock::now();
         changed.notify_all();
     }
 }

@@ -38,11 +38,11 @@ bool ProofDirector::replacePosFile(const std::vector<QByteArray>& pieces, bool l
     oldContent->keep(pos);
     bool saved = pos::replaceFile(pos, pieces, synced);
     reason = errno;
-    if (!saved && (reason == ENOSPC || reason == EDQUOT) && oldContent->freeAll()) {
+    while (!saved && (reason == ENOSPC || reason == EDQUOT) && oldContent->awaitRoom()) {
         saved = pos::replaceFile(pos, pieces, synced);
         reason = errno;
     }
-    oldContent->release();
+    oldContent->release(saved);
     if (synced) {
         pace->synced(begin, SyncPace::Clock::now());
     }
