@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QTemporaryFile>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -118,15 +119,31 @@ outcome_t putInPlace(QTemporaryFile& file, const QByteArray& path)
     return outcome_t::replaced;
 }
 
+/// The name for the new file beside `path`: the old one's and a random ending. An old name that is
+/// too long for that is cut between two characters.
+QString nameBeside(const QByteArray& path)
+{
+    const QString ending = QStringLiteral(".XXXXXX");
+    const int name = path.lastIndexOf('/') + 1;
+    const int most = std::min(name + NAME_MAX, PATH_MAX - 1) - ending.size();
+    int end = std::min(path.size(), std::max(name, most));
+    const auto isInsideCharacter = [&path](int position) {
+        return position < path.size() && (static_cast<unsigned char>(path[position]) >> 6) == 2;
+    };
+    while (isInsideCharacter(end)) {
+        --end;
+    }
+    return QString::fromUtf8(path.left(end)) + ending;
+}
+
 /// Writes a new file beside the old one and puts it in its place. On failure `error` is the reason.
 outcome_t replaceByNewFile(const QByteArray& path, const struct stat& old,
                            const std::vector<QByteArray>& pieces, bool synced, int& error)
 {
-    const QString name = QString::fromUtf8(path);
-    if (QFile::encodeName(name) != path) {
+    if (QFile::encodeName(QString::fromUtf8(path)) != path) {
         return outcome_t::notBeside; // Qt would write to another name
     }
-    QTemporaryFile file(name + QStringLiteral(".XXXXXX"));
+    QTemporaryFile file(nameBeside(path));
     if (!file.open()) {
         error = errno;
         // A full disk, say, is no reason to write over the only good copy.

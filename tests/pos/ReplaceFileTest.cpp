@@ -35,10 +35,11 @@ auto entriesOf(const std::string& folder)
 }
 
 /// A file in a folder of its own; root gives both away to `owner`.
-std::string makeFile(const test::TempDir& dir, mode_t folderMode, mode_t fileMode, uid_t owner)
+std::string makeFile(const test::TempDir& dir, mode_t folderMode, mode_t fileMode, uid_t owner,
+                     const std::string& name = "c.pos")
 {
     ::chmod(dir.path().c_str(), 0755);
-    std::string path = dir.write("folder/c.pos", "old");
+    std::string path = dir.write("folder/" + name, "old");
     for (const std::string& given : {path, dir.path("folder")}) {
         EXPECT_EQ(::geteuid() == 0 ? ::chown(given.c_str(), owner, owner) : 0, 0);
     }
@@ -52,8 +53,10 @@ std::string makeFile(const test::TempDir& dir, mode_t folderMode, mode_t fileMod
 TEST(ReplaceFile, WritesEveryPieceAndKeepsLinksModeAndOwner)
 {
     const test::TempDir dir;
-    const std::string path = makeFile(dir, 0755, 0664, NOBODY);
-    std::filesystem::create_symlink("folder/c.pos", dir.path("first"));
+    // No name can be longer, and the name of the new file ends in the middle of a character.
+    const std::string name = "a" + QStringLiteral("é").repeated(127).toStdString();
+    const std::string path = makeFile(dir, 0755, 0664, NOBODY, name);
+    std::filesystem::create_symlink("folder/" + name, dir.path("first"));
     std::filesystem::create_symlink("first", dir.path("é"));
     const struct stat before = statusOf(path);
     std::vector<QByteArray> pieces = {QByteArray()};
