@@ -4,8 +4,13 @@
 
 #include "app/XmlFile.h"
 
+#include "app/LogLine.h"
+#include "app/XmlEntities.h"
+
 #include <QFile>
 #include <QXmlSimpleReader>
+
+#include <cerrno>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -84,11 +89,52 @@ private:
     bool skipped = false;
 };
 
-/// A reader that slips the depth guard in front of the content handler it is given.
+/// Ends the parse at the first entity that is declared with its text, unless such `are allowed`.
+class EntityGuard final : public QXmlDeclHandler
+{
+public:
+    explicit EntityGuard(bool areAllowed) : allowed(areAllowed) {}
+
+    void setNext(QXmlDeclHandler* handler)
+    {
+        next = handler;
+    }
+    bool attributeDecl(const QString& element, const QString& name, const QString& type,
+                       const QString& valueDefault, const QString& value) override
+    {
+        return next->attributeDecl(element, name, type, valueDefault, value);
+    }
+    bool internalEntityDecl(const QString& name, const QString& value) override
+    {
+        refused = !allowed;
+        return allowed && next->internalEntityDecl(name, value);
+    }
+    bool externalEntityDecl(const QString& name, const QString& publicId,
+                            const QString& systemId) override
+    {
+        return next->externalEntityDecl(name, publicId, systemId);
+    }
+    QString errorString() const override
+    {
+        return next->errorString();
+    }
+
+    bool hasRefused() const
+    {
+        return refused;
+    }
+
+private:
+    QXmlDeclHandler* next = nullptr;
+    bool allowed;
+    bool refused = false;
+};
+
+/// A reader that slips the guards in front of the handlers it is given.
 class GuardedReader final : public QXmlSimpleReader
 {
 public:
-    GuardedReader()
+    explicit GuardedReader(bool entitiesAreAllowed) : entityGuard(entitiesAreAllowed)
     {
         // What QDomDocument::setContent asks of its own reader.
         setFeature(QStringLiteral("http://xml.org/sax/features/namespaces"), false);
@@ -99,17 +145,28 @@ public:
     }
     void setContentHandler(QXmlContentHandler* handler) override
     {
-        guard = DepthGuard(handler);
-        QXmlSimpleReader::setContentHandler(&guard);
+        depthGuard = DepthGuard(handler);
+        QXmlSimpleReader::setContentHandler(&depthGuard);
+    }
+    void setDeclHandler(QXmlDeclHandler* handler) override
+    {
+        entityGuard.setNext(handler);
+        QXmlSimpleReader::setDeclHandler(&entityGuard);
     }
     /// Whether there was a reference to an entity that is not declared.
     bool hasSkippedEntity() const
     {
-        return guard.hasSkippedEntity();
+        return depthGuard.hasSkippedEntity();
+    }
+    /// Whether the parse ended at an entity that is not allowed.
+    bool hasRefusedEntity() const
+    {
+        return entityGuard.hasRefused();
     }
 
 private:
-    DepthGuard guard{nullptr};
+    DepthGuard depthGuard{nullptr};
+    EntityGuard entityGuard;
 };
 
 /// The text of a file, handed over bit by bit, so that it is never in memory as a whole. It ends at
@@ -117,7 +174,7 @@ private:
 class LimitedSource final : public QXmlInputSource
 {
 public:
-    explicit LimitedSource(QFile* source) : QXmlInputSource(source), file(source) {}
+    explicit LimitedSource(QIODevice* source) : QXmlInputSource(source), file(source) {}
 
     void fetchData() override
     {
@@ -129,61 +186,98 @@ public:
     }
 
 private:
-    QFile* file;
+    QIODevice* file;
 };
 
-/// Opens a regular file for reading; never waits for the other end of a pipe.
-bool openRegularFile(const QString& path, QFile& file)
+/// Opens the file for reading, with O_NONBLOCK as `flags` without waiting for the other end of a
+/// pipe. Returns -1 on failure.
+int openFile(const QString& path, int flags)
 {
-    const int fd = ::open(path.toUtf8().constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) {
-        return false;
-    }
-    struct stat status = {};
-    if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) ||
-        status.st_size > MAX_XML_FILE_SIZE ||
-        !file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
-        ::close(fd);
-        return false;
-    }
-    return true;
+    int fd = -1;
+    do {
+        fd = ::open(path.toUtf8().constData(), O_RDONLY | O_CLOEXEC | flags);
+    } while (fd < 0 && errno == EINTR);
+    return fd;
 }
 
-/// Parses what the file holds into `document`; false when it is not well-formed, or nested too
-/// deeply.
-bool parse(QFile& file, QDomDocument& document)
+/// Takes `fd` over for `file` when that is a regular file of a size that can be read.
+bool openRegularFile(int fd, QFile& file)
 {
-    LimitedSource source(&file);
-    GuardedReader reader;
+    struct stat status = {};
+    return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
+           status.st_size <= MAX_XML_FILE_SIZE &&
+           file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+}
+
+/// Parses what the input holds into `document`; false when it is not well-formed, or nested too
+/// deeply. Unless entities are allowed, the declaration of an entity ends the parse too:
+/// `meetsEntity` is true then.
+bool parse(QIODevice& input, QDomDocument& document, bool entitiesAllowed, bool& meetsEntity)
+{
+    LimitedSource source(&input);
+    GuardedReader reader(entitiesAllowed);
     if (!document.setContent(&source, &reader)) {
+        meetsEntity = reader.hasRefusedEntity();
         return false;
     }
     if (!reader.hasSkippedEntity()) {
         return true;
     }
     // With a reader that is not its own the DOM takes a reference in an attribute for one in the
-    // text, and it would be written where it makes the document malformed. The nesting is known to
-    // be all right.
-    file.seek(0);
-    LimitedSource again(&file);
+    // text, and it would be written where it makes the document malformed. The nesting and the
+    // entities are known to be all right.
+    input.seek(0);
+    LimitedSource again(&input);
     return document.setContent(&again, false);
+}
+
+/// Whether the entities of the file keep within their limits; says so when they do not.
+bool hasBoundedEntities(QIODevice& input, const QString& path)
+{
+    const LimitedSource source(&input);
+    const xml_entities_t entities = measureXmlEntities(source, input.size());
+    if (entities == xml_entities_t::tooLarge) {
+        writeLog("Cannot use '" + path.toStdString() +
+                 "': its entities expand to too much. Write their text in their place.\n");
+    }
+    return entities == xml_entities_t::bounded;
+}
+
+/// The document of the input; an empty one when that cannot be used.
+QDomDocument documentOf(QIODevice& input, const QString& path)
+{
+    QDomDocument parsed;
+    bool meetsEntity = false;
+    bool done = parse(input, parsed, false, meetsEntity);
+    if (meetsEntity) {
+        done = input.seek(0) && hasBoundedEntities(input, path) && input.seek(0) &&
+               parse(input, parsed, true, meetsEntity);
+    }
+    if (!done) {
+        // Qt keeps what it had built before the error.
+        parsed = QDomDocument();
+        parsed.appendChild(parsed.createComment(QString()));
+        parsed.removeChild(parsed.firstChild());
+    }
+    return parsed;
+}
+
+/// Reads the regular file `fd`, which it closes.
+bool readRegularFile(int fd, const QString& path, QDomDocument& document)
+{
+    QFile file;
+    if (!openRegularFile(fd, file)) {
+        ::close(fd);
+        return false;
+    }
+    document = documentOf(file, path);
+    return true;
 }
 
 } // namespace
 
 bool readXmlFile(const QString& path, QDomDocument& document)
 {
-    QFile file;
-    if (!openRegularFile(path, file)) {
-        return false;
-    }
-    QDomDocument parsed;
-    if (!parse(file, parsed)) {
-        // Qt keeps what it had built before the error.
-        parsed = QDomDocument();
-        parsed.appendChild(parsed.createComment(QString()));
-        parsed.removeChild(parsed.firstChild());
-    }
-    document = parsed;
-    return true;
+    const int fd = openFile(path, O_NONBLOCK);
+    return fd >= 0 && readRegularFile(fd, path, document);
 }

@@ -13,11 +13,12 @@ constexpr int MAX_XML_DEPTH = 1000;
 /// text in one QString, which ends a little below 2^30 characters.
 constexpr long long MAX_XML_FILE_SIZE = 1LL << 29;
 
-/// Reads the file at `path` (a plain path in the file system, taken as UTF-8) into `document`,
-/// without namespace processing.
+/// Reads the regular file at `path` (a plain path in the file system, taken as UTF-8) into
+/// `document`, without namespace processing.
 ///
-/// Returns false, with `document` untouched, when there is no such file, it cannot be read or is
-/// not a regular file (a pipe would block, a device might never end). Returns true otherwise; a
-/// file that is not well-formed gives a document that is empty but not null: no part of what stands
-/// before the error is kept. Nothing is reported.
+/// Returns false, with `document` untouched, when there is no such file, or it cannot be read, or
+/// it is no regular file (never waits for the other end of a pipe). Returns true otherwise; a file
+/// that is not well-formed gives a document that is empty but not null: no part of what stands
+/// before the error is kept. So does a file whose entities expand too far (app/XmlEntities.h), and
+/// only this is reported: on the log stream.
 bool readXmlFile(const QString& path, QDomDocument& document);
