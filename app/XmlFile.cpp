@@ -7,9 +7,11 @@
 #include "app/LogLine.h"
 #include "app/XmlEntities.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QXmlSimpleReader>
 
+#include <array>
 #include <cerrno>
 
 #include <fcntl.h>
@@ -209,6 +211,31 @@ bool openRegularFile(int fd, QFile& file)
            file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
 }
 
+/// Whether `fd` is no regular file; false too when the system does not tell.
+bool isStream(int fd)
+{
+    struct stat status = {};
+    return ::fstat(fd, &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+/// Reads to the end; false when that fails or the end does not come.
+bool readStream(int fd, QByteArray& content)
+{
+    std::array<char, 1 << 16> buffer{};
+    while (content.size() <= MAX_XML_STREAM_SIZE) {
+        const ssize_t count = ::read(fd, buffer.data(), buffer.size());
+        if (count == 0) {
+            return true;
+        }
+        if (count > 0) {
+            content.append(buffer.data(), static_cast<int>(count));
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return false;
+}
+
 /// Parses what the input holds into `document`; false when it is not well-formed, or nested too
 /// deeply. Unless entities are allowed, the declaration of an entity ends the parse too:
 /// `meetsEntity` is true then.
@@ -280,4 +307,23 @@ bool readXmlFile(const QString& path, QDomDocument& document)
 {
     const int fd = openFile(path, O_NONBLOCK);
     return fd >= 0 && readRegularFile(fd, path, document);
+}
+
+bool readXmlFileOrStream(const QString& path, QDomDocument& document)
+{
+    const int fd = openFile(path, 0);
+    if (fd < 0) {
+        return false;
+    }
+    if (!isStream(fd)) {
+        return readRegularFile(fd, path, document);
+    }
+    QBuffer content;
+    const bool done = readStream(fd, content.buffer());
+    ::close(fd);
+    if (done) {
+        content.open(QIODevice::ReadOnly);
+        document = documentOf(content, path);
+    }
+    return done;
 }

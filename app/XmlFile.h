@@ -13,6 +13,9 @@ constexpr int MAX_XML_DEPTH = 1000;
 /// text in one QString, which ends a little below 2^30 characters.
 constexpr long long MAX_XML_FILE_SIZE = 1LL << 29;
 
+/// What is no regular file (a pipe, say) is held in memory while it is parsed, so only up to here.
+constexpr long long MAX_XML_STREAM_SIZE = 1LL << 26;
+
 /// Reads the regular file at `path` (a plain path in the file system, taken as UTF-8) into
 /// `document`, without namespace processing.
 ///
@@ -22,3 +25,7 @@ constexpr long long MAX_XML_FILE_SIZE = 1LL << 29;
 /// before the error is kept. So does a file whose entities expand too far (app/XmlEntities.h), and
 /// only this is reported: on the log stream.
 bool readXmlFile(const QString& path, QDomDocument& document);
+
+/// The same for a file that may also be a pipe or a device, and is read once, to its end. Waits as
+/// long as a writer keeps it open. Returns false beyond the size limit, and for a directory.
+bool readXmlFileOrStream(const QString& path, QDomDocument& document);

@@ -129,7 +129,7 @@ bool driverOfXml(const QDomElement& element, driver_t& driver, const definitions
 bool ofFile(const QString& path, mechanism_t& out)
 {
     QDomDocument document;
-    if (!readXmlFile(path, document)) {
+    if (!readXmlFileOrStream(path, document)) {
         writeLog("Cannot open '" + path.toStdString() + "'.\n");
         return false;
     }

@@ -23,10 +23,10 @@ TEST(Utils, BaseNameIsWhatStandsBetweenSeparatorAndLastDot)
 }
 
 /// What is read: the document element and how many children it has, "empty" or "unreadable".
-std::string read(const std::string& path)
+std::string read(const std::string& path, bool (&reader)(const QString&, QDomDocument&))
 {
     QDomDocument document;
-    const bool done = readXmlFile(QString::fromStdString(path), document);
+    const bool done = reader(QString::fromStdString(path), document);
     if (document.isNull() || !document.hasChildNodes()) {
         return !done && document.isNull() ? "unreadable" : document.isNull() ? "null" : "empty";
     }
@@ -92,17 +92,20 @@ TEST(XmlFile, AMalformedOrHostileFileLeavesNothingOfItself)
     for (const auto& row : rows) {
         const test::Captured log(std::clog);
         const std::string path = dir.write("ü.xml", row.content);
-        EXPECT_EQ(read(path), row.result) << row.label;
+        EXPECT_EQ(read(path, readXmlFile), row.result) << row.label;
         const std::string line = "Cannot use '" + path +
                                  "': its entities expand to too much. Write their text in their "
                                  "place.\n";
         EXPECT_EQ(log.text(), row.expands ? line : "") << row.label;
     }
-    for (const std::string& path : {dir.path("missing"), dir.path()}) {
-        EXPECT_EQ(read(path), "unreadable") << path;
+    const test::Pipe pipe(undeclared);
+    EXPECT_EQ(read(pipe.path(), readXmlFileOrStream), "r1");
+    for (const std::string& path : {dir.path("missing"), dir.path(), std::string("/dev/zero")}) {
+        EXPECT_EQ(read(path, readXmlFileOrStream), "unreadable") << path;
+        EXPECT_EQ(read(path, readXmlFile), "unreadable") << path;
     }
     ASSERT_EQ(::mkfifo(dir.path("fifo").c_str(), 0600), 0);
-    EXPECT_EQ(read(dir.path("fifo")), "unreadable") << "or it blocks";
+    EXPECT_EQ(read(dir.path("fifo"), readXmlFile), "unreadable") << "or it blocks";
 }
 
 } // namespace

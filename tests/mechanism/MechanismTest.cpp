@@ -170,7 +170,7 @@ TEST(Mechanism, AToolThatIsMissingOrNotExecutableIsRefused)
     }
 }
 
-// Also: only paths with a blank are quoted, and after their check.
+// Also: only paths with a blank are quoted, and after their check; the file may be a pipe.
 TEST(Mechanism, TheDumpKeepsItsTextWhateverTheStreamIsSetTo)
 {
     const test::TempDir dir;
@@ -183,7 +183,9 @@ TEST(Mechanism, TheDumpKeepsItsTextWhateverTheStreamIsSetTo)
                  driver(),
              "trust='always'");
     mechanism_t mechanism;
-    ASSERT_TRUE(ofFile(QString::fromStdString(dir.write("m.xml", xml)), mechanism));
+    const test::Pipe pipe(xml);
+    std::filesystem::create_symlink(pipe.path(), dir.path("m.xml"));
+    ASSERT_TRUE(ofFile(QString::fromStdString(dir.path("m.xml")), mechanism));
     const test::Captured log(std::clog);
     EXPECT_FALSE(ofFile(QString::fromUtf8("/no/Übung.xml"), mechanism)); // which leaves it alone
     EXPECT_EQ(log.text(), "Cannot open '/no/Übung.xml'.\n");

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <sstream>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace test
@@ -47,6 +48,25 @@ std::string TempDir::script(const std::string& name, const std::string& body) co
     std::string file = write(name, "#!/bin/sh\n" + body + "\n");
     std::filesystem::permissions(file, std::filesystem::perms(0755));
     return file;
+}
+
+Pipe::Pipe(const std::string& text)
+{
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    EXPECT_EQ(::write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    ::close(ends[1]);
+    end = ends[0];
+}
+
+Pipe::~Pipe()
+{
+    ::close(end);
+}
+
+std::string Pipe::path() const
+{
+    return "/proc/self/fd/" + std::to_string(end);
 }
 
 std::string contentOf(const std::string& path)

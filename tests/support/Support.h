@@ -33,6 +33,21 @@ private:
     std::string root;
 };
 
+/// A pipe that holds `text` (of at most some kilobytes) and then ends, while the object lives.
+class Pipe
+{
+public:
+    explicit Pipe(const std::string& text);
+    ~Pipe();
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    std::string path() const;
+
+private:
+    int end = -1;
+};
+
 /// Everything written to a C++ stream (std::cout, std::clog, std::cerr) while the object lives.
 class Captured
 {
