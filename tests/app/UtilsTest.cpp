@@ -98,8 +98,7 @@ TEST(XmlFile, AMalformedOrHostileFileLeavesNothingOfItself)
                                  "place.\n";
         EXPECT_EQ(log.text(), row.expands ? line : "") << row.label;
     }
-    const test::Pipe pipe(undeclared);
-    EXPECT_EQ(read(pipe.path(), readXmlFileOrStream), "r1");
+    EXPECT_EQ(read(test::pipeHolding(undeclared), readXmlFileOrStream), "r1");
     for (const std::string& path : {dir.path("missing"), dir.path(), std::string("/dev/zero")}) {
         EXPECT_EQ(read(path, readXmlFileOrStream), "unreadable") << path;
         EXPECT_EQ(read(path, readXmlFile), "unreadable") << path;

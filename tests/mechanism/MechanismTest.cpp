@@ -183,8 +183,7 @@ TEST(Mechanism, TheDumpKeepsItsTextWhateverTheStreamIsSetTo)
                  driver(),
              "trust='always'");
     mechanism_t mechanism;
-    const test::Pipe pipe(xml);
-    std::filesystem::create_symlink(pipe.path(), dir.path("m.xml"));
+    std::filesystem::create_symlink(test::pipeHolding(xml), dir.path("m.xml"));
     ASSERT_TRUE(ofFile(QString::fromStdString(dir.path("m.xml")), mechanism));
     const test::Captured log(std::clog);
     EXPECT_FALSE(ofFile(QString::fromUtf8("/no/Übung.xml"), mechanism)); // which leaves it alone

@@ -50,29 +50,19 @@ std::string TempDir::script(const std::string& name, const std::string& body) co
     return file;
 }
 
-Pipe::Pipe(const std::string& text)
+std::string contentOf(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string pipeHolding(const std::string& text)
 {
     int ends[2] = {-1, -1};
     EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
     EXPECT_EQ(::write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
     ::close(ends[1]);
-    end = ends[0];
-}
-
-Pipe::~Pipe()
-{
-    ::close(end);
-}
-
-std::string Pipe::path() const
-{
-    return "/proc/self/fd/" + std::to_string(end);
-}
-
-std::string contentOf(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    return "/proc/self/fd/" + std::to_string(ends[0]);
 }
 
 bool exists(const std::string& path)

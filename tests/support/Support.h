@@ -33,21 +33,6 @@ private:
     std::string root;
 };
 
-/// A pipe that holds `text` (of at most some kilobytes) and then ends, while the object lives.
-class Pipe
-{
-public:
-    explicit Pipe(const std::string& text);
-    ~Pipe();
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-
-    std::string path() const;
-
-private:
-    int end = -1;
-};
-
 /// Everything written to a C++ stream (std::cout, std::clog, std::cerr) while the object lives.
 class Captured
 {
@@ -76,6 +61,9 @@ private:
 
 /// The content of a file; empty when it cannot be read.
 std::string contentOf(const std::string& path);
+
+/// The path of a pipe that holds `text` (of at most some kilobytes) and then ends. It stays open.
+std::string pipeHolding(const std::string& text);
 
 /// True when something exists at `path`.
 bool exists(const std::string& path);
