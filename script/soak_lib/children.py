@@ -33,6 +33,7 @@ READER = r"Driver reader crashed\.$"
 NO_START = r"-- ProofDirector -- Writer had an error\.$"
 CRASH = r"-- ProofDirector -- Writer crashed\.$"
 NO_FILE = r"-- ProofDirector -- Secondary po .* not found\.$"
+FLOOD = r"-- ProofDirector -- Reader printed more than \d+ bytes: .*"
 NOTHING = ()
 ALL = (0, 1, 2)
 
@@ -52,6 +53,7 @@ RAN = {
     ("megabytes of output", "prover", "flood-out"): ([], ALL),
     ("megabytes of output", "reader", "flood-out"): ([COUNT], NOTHING),
     ("megabytes of output", "writer", "flood-out"): ([], ALL),
+    ("output without end", "reader", "endless"): ([FLOOD], NOTHING),
     ("megabytes of errors", "prover", "flood-err"): ([], ALL),
     ("megabytes of errors", "reader", "flood-err"): ([], ALL),
     ("megabytes of errors", "writer", "flood-err"): ([], ALL),
@@ -118,7 +120,7 @@ def _check_log(case, kind, role, run, bad, patterns):
         case.figures[kind].count("log lines", found)
         if found != len(bad):
             case.loss(kind, f"as {role}: {found} log lines for {len(bad)} jobs, not {pattern!r}")
-    anything = "|".join((COUNT, PROVER, READER, NO_START, CRASH, NO_FILE, ".* refused: "))
+    anything = "|".join((COUNT, PROVER, READER, NO_START, CRASH, NO_FILE, FLOOD, ".* refused: "))
     other = [line for line in lines if re.match(anything, line)
              and not any(re.match(pattern, line) for pattern in patterns)]
     if other:

@@ -106,7 +106,8 @@ class Case:
                 shutil.copy(run.pos, self.path("lost.pos"))
             self.loss(kind, f"POS file: {error}")
             return None
-        texts = losses(trace, verdicts, before, words, job_size)
+        unannounced = run.workers * job_size if run.was_killed else 0
+        texts = losses(trace, verdicts, before, words, job_size, unannounced)
         if texts:
             shutil.copy(run.pos, self.path("lost.pos"))
         self.losses(kind, texts)

@@ -6,6 +6,7 @@
 //   mode=KIND   how they misbehave
 //   hold=MS     a bad job sleeps first
 //   wait=FILE   a bad job begins when this file is there
+//   fork=1      every job leaves a child and a grandchild behind, which sleep and heed no signal
 //   word=WORD   the reader's verdict on every goal, in place of one made from the goal's numbers
 
 #include <fcntl.h>
@@ -16,7 +17,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-enum { FLOOD_BYTES = 4 << 20, LONG_LINE = 1 << 20, GRANDCHILD_SECONDS = 2 };
+enum { FLOOD_BYTES = 4 << 20, LONG_LINE = 1 << 20, GRANDCHILD_SECONDS = 2, LEFT_SECONDS = 1000 };
 
 static char** arguments;
 
@@ -117,6 +118,24 @@ static void closeStreams(void)
     usleep(30000);
 }
 
+/// Two processes that hold none of our streams, so that nobody waits for them.
+static void leaveProcesses(void)
+{
+    if (fork() != 0) {
+        return;
+    }
+    for (int number = 1; number < NSIG; ++number) {
+        signal(number, SIG_IGN);
+    }
+    close(STDIN_FILENO);
+    close(STDOUT_FILENO);
+    close(STDERR_FILENO);
+    if (fork() >= 0) {
+        sleep(LEFT_SECONDS);
+    }
+    _exit(0);
+}
+
 /// What a bad job does before its ordinary work, or in place of it.
 static void misbehave(const char* mode)
 {
@@ -130,6 +149,10 @@ static void misbehave(const char* mode)
         _exit(0);
     } else if (strcmp(mode, "flood-out") == 0) {
         flood(STDOUT_FILENO);
+    } else if (strcmp(mode, "endless") == 0) {
+        for (;;) {
+            flood(STDOUT_FILENO);
+        }
     } else if (strcmp(mode, "flood-err") == 0) {
         flood(STDERR_FILENO);
     } else if (strcmp(mode, "close") == 0) {
@@ -233,6 +256,9 @@ int main(int argc, char** argv)
         return 2;
     }
     const char* mode = isBad() ? option("mode") : "";
+    if (*option("fork") != '\0') {
+        leaveProcesses();
+    }
     if (isBad()) {
         misbehave(mode);
     }
