@@ -1,10 +1,10 @@
-# The binary, the libraries with their package files, the man page and the bash completion.
+# The programs, the libraries with their package files, the man pages and the bash completion.
 include(CMakePackageConfigHelpers)
 
 get_property(libraries GLOBAL PROPERTY MECHRUN_LIBRARIES)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/mechrun)
 
-install(TARGETS mechrun RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(TARGETS mechrun mechlimit RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 # In a file of its own, the resource manager can be imported where there is no Qt.
 list(REMOVE_ITEM libraries mechrun_resource)
 install(TARGETS mechrun_resource EXPORT mechrunResourceTargets
@@ -27,6 +27,6 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mechrunConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/mechrunConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-install(FILES docs/mechrun.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+install(FILES docs/mechrun.1 docs/mechlimit.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 install(FILES docs/mechrun.bash-completion RENAME mechrun
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
