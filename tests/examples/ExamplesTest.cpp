@@ -98,4 +98,36 @@ TEST_F(Examples, AProverThatDidNotTryLeavesTheFileAsItIs)
     }
 }
 
+TEST_F(Examples, ChangesTellWhetherAGoalGotWorse)
+{
+    struct Row {
+        const char* before;
+        const char* after;
+        int status;
+    };
+    const Row rows[] = {
+        {"Unproved", "Unknown", 0},
+        {"Unproved", "Disproved", 0},
+        {"UnreliablyProved", "Proved", 0},
+        {"Proved", "UnreliablyProved", 1},
+        {"Proved", "Disproved", 1},
+        {"UnreliablyProved", "Unknown", 1},
+        {"Disproved", "Unproved", 1},
+        {"Unproved Proved", "Unproved Proved Unproved", 0},
+        {"Unproved Proved | Proved", "Unproved | Proved", 1},
+        {"Proved", "Nonsense", 2},
+    };
+    for (const auto& [before, after, status] : rows) {
+        dir.write("before", test::posText(before));
+        dir.write("after", test::posText(after));
+        EXPECT_EQ(run("pos-changes before after"), status) << before << " -> " << after;
+    }
+    EXPECT_EQ(run("pos-changes before gone"), 2);
+    dir.write("after", "<Proof_Obligations>");
+    EXPECT_EQ(run("pos-changes before after"), 2);
+    dir.write("after", test::posText("Proved Unproved"));
+    EXPECT_EQ(run("pos-changes before after"), 0);
+    EXPECT_NE(out().find("PO_0.2                   -          Unproved"), std::string::npos);
+}
+
 } // namespace
