@@ -106,11 +106,13 @@ static Limits limitsOf(char* const words[])
 {
     const double seconds = numberOf(words[0], true, 1e9);
     const double mebibytes = numberOf(words[1], false, 1e12);
-    // Rounded up: a limit that was asked for is never 0.
-    Limits limits = {(long long)(seconds * 1000 + 0.999999), (rlim_t)mebibytes << 20};
+    Limits limits = {(long long)(seconds * 1000), (rlim_t)mebibytes << 20};
     struct rlimit now;
-    if (limits.bytes > 0 && getrlimit(RLIMIT_AS, &now) == 0 && limits.bytes > now.rlim_max) {
-        limits.bytes = now.rlim_max;
+    if (limits.milliseconds == 0 && seconds > 0) {
+        limits.milliseconds = 1; // 0 would be no limit
+    }
+    if (limits.bytes > 0 && getrlimit(RLIMIT_AS, &now) == 0 && limits.bytes > now.rlim_cur) {
+        limits.bytes = now.rlim_cur; // the tighter limit stays
     }
     return limits;
 }
@@ -158,10 +160,7 @@ _Noreturn static void become(char* const words[], rlim_t bytes, pid_t parent, in
         execute(words);
     }
     const int error = errno;
-    if (write(reason, &error, sizeof error) < 0) {
-        _exit(127);
-    }
-    _exit(127);
+    _exit(write(reason, &error, sizeof error) > 0 ? 127 : 126);
 }
 
 static Command start(char* const words[], rlim_t bytes, const sigset_t* watched)
@@ -182,7 +181,9 @@ static Command start(char* const words[], rlim_t bytes, const sigset_t* watched)
         become(words, bytes, self, reason[1], &mask, &onChild);
     }
     close(reason[1]);
-    close(STDIN_FILENO); // who writes there learns when the command stops reading
+    if (reason[0] != STDIN_FILENO) {
+        close(STDIN_FILENO); // who writes there learns when the command stops reading
+    }
     command.reason = reason[0];
     return command;
 }
@@ -265,12 +266,13 @@ static void killAll(Command* command)
     if (!command->ended) {
         kill(command->pid, SIGKILL);
     }
-    long long patience = millisecondsNow() + 5000;
+    const long long patience = 10000;
+    long long end = millisecondsNow() + patience;
     for (int reaped = 0; (reaped = reap(command)) >= 0;) {
         const long long now = millisecondsNow();
         if (reaped > 0) {
-            patience = now + 5000;
-        } else if (now > patience) {
+            end = now + patience;
+        } else if (now > end) {
             fputs("mechlimit: a process that the command left cannot be killed\n", stderr);
             return;
         }
@@ -299,8 +301,10 @@ static long long look(Command* command, rlim_t bytes)
     }
     snprintf(pid, sizeof pid, "%d", (int)command->pid);
     if (readProcess(pid, "status", text, sizeof text)) {
+        // There is none in a process that has ended, and a smaller one after another exec.
         const char* line = strstr(text, "\nVmPeak:");
-        command->peak = line == NULL ? 0 : strtoull(line + strlen("\nVmPeak:"), NULL, 10) << 10;
+        const rlim_t peak = line == NULL ? 0 : strtoull(line + strlen("\nVmPeak:"), NULL, 10) << 10;
+        command->peak = peak > command->peak ? peak : command->peak;
     }
     if (command->peak >= almost(bytes)) {
         return LLONG_MAX;

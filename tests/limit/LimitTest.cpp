@@ -109,7 +109,7 @@ TEST_F(Limit, WhatCannotStartOrSpeakIsACrash)
     const std::string usage = "usage: mechlimit SECONDS";
     const std::string rows[][2] = {
         {"0 0 no-such-command", "no-such-command: No such file"},
-        {"0 0 ./plain", "./plain: Permission denied"},
+        {"0 0 ./plain <&-", "./plain: Permission denied"},
         {"0 0 /", "/: Permission denied"},
         {"0 0 strange", "strange: Exec format error"},
         {"0 0 ./strange", "./strange: Exec format error"},
