@@ -59,7 +59,7 @@ public:
         const ssize_t count = ::read(pipe.number(), block, std::min(size, sizeof block));
         if (count > 0) {
             bytes.append(block, static_cast<int>(count));
-        } else if (count == 0) {
+        } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
             pipe.close();
         }
         return static_cast<int>(std::max<ssize_t>(count, 0));
