@@ -1,6 +1,6 @@
 #include "app/Options.h"
 
-#include "app/LogLine.h"
+#include "base/LogLine.h"
 #include "resource/p_api.h"
 
 #include <cstdlib>

@@ -1,7 +1,5 @@
 #include "app/Utils.h"
 
-#include <QTextCodec>
-
 #include <algorithm>
 
 const std::string FILE_SEPARATOR = "/";
@@ -16,12 +14,4 @@ std::string baseNameOfPath(const std::string& path)
     const std::size_t start = separator + 1;
     // Without a dot after the separator the unsigned difference wraps: the name runs to the end.
     return path.substr(start, std::min(dot - separator - 1, path.size() - start));
-}
-
-void useUtf8Everywhere()
-{
-    QTextCodec* const utf8 = QTextCodec::codecForName("UTF-8");
-    if (QTextCodec::codecForLocale() != utf8) {
-        QTextCodec::setCodecForLocale(utf8);
-    }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// Small helpers on paths and texts that every layer shares. Texts are UTF-8. Nothing here fails.
+// Small helpers on paths that every layer shares. Texts are UTF-8. Nothing here fails.
 
 #include <string>
 
@@ -10,8 +10,3 @@ extern const std::string FILE_SEPARATOR;
 /// The file name of `path` without its directory and without its last extension. Both "/" and "\"
 /// separate directories, whatever the platform: "/a/b/comp.pos" and "comp.pos" give "comp".
 std::string baseNameOfPath(const std::string& path);
-
-/// Makes UTF-8 the encoding in which Qt hands file names and arguments to the system, whatever the
-/// locale of the caller: in the C locale Qt would turn every non-ASCII character into "?". Holds
-/// for the whole process; calling it again is harmless.
-void useUtf8Everywhere();

@@ -1,8 +1,8 @@
 // The program: options, one director per mechanism, and the frame of the report.
 
-#include "app/LogLine.h"
+#include "base/LogLine.h"
 #include "app/Options.h"
-#include "app/Process.h"
+#include "base/Process.h"
 #include "app/Termination.h"
 #include "app/Utils.h"
 #include "director/ProofDirector.h"

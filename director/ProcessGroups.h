@@ -15,7 +15,7 @@
 // At any time each running writer or pair has a group of its own: a tool that signals its group
 // meets its own job only. The functions may be called from any thread.
 
-#include "director/Descriptor.h"
+#include "base/Descriptor.h"
 
 #include <chrono>
 #include <condition_variable>

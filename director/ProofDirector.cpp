@@ -3,8 +3,8 @@
 
 #include "director/ProofDirector.h"
 
-#include "app/LogLine.h"
-#include "app/Utils.h"
+#include "base/LogLine.h"
+#include "base/Process.h"
 #include "director/OldContent.h"
 #include "director/ProcessGroups.h"
 #include "director/ProofDirector_p.h"

@@ -7,7 +7,7 @@
 // into secondary files, pipes the prover into the reader, merges one verdict per goal into the
 // document and saves it. It owns the document, the mechanism and, while they run, the children.
 //
-// A program calls prepareProcess() of app/Process.h first of all, before it uses anything else of
+// A program calls prepareProcess() of base/Process.h first of all, before it uses anything else of
 // these libraries: it sets what they need of a process. In a program that ignores SIGCHLD every
 // prover and reader would pass for crashed.
 //

@@ -7,7 +7,7 @@
 
 #include "director/ProofDirector.h"
 
-#include "app/XmlFile.h"
+#include "base/XmlFile.h"
 #include "pos/document_text.h"
 
 namespace

@@ -4,7 +4,7 @@
 
 #include "director/ProofDirector.h"
 
-#include "app/LogLine.h"
+#include "base/LogLine.h"
 #include "director/ProcessGroups.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"

@@ -5,7 +5,7 @@
 
 #include "director/ProofDirector.h"
 
-#include "app/LogLine.h"
+#include "base/LogLine.h"
 #include "director/ChildProcess.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"

@@ -6,7 +6,7 @@
 
 #include "director/ProofDirector.h"
 
-#include "app/LogLine.h"
+#include "base/LogLine.h"
 #include "director/OldContent.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"

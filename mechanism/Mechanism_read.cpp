@@ -15,9 +15,9 @@
 
 #include "mechanism/Mechanism_p.h"
 
-#include "app/LogLine.h"
+#include "base/LogLine.h"
 #include "app/Utils.h"
-#include "app/XmlFile.h"
+#include "base/XmlFile.h"
 
 #include <QDomDocument>
 

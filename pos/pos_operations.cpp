@@ -1,7 +1,7 @@
 // The operations on whole POS documents. All walk the same way: the goals in document order, and
 // inside a goal its records by tag name; elements with other names are skipped at every level.
 
-#include "app/XmlFile.h"
+#include "base/XmlFile.h"
 #include "pos/pos.h"
 #include "pos/pos_p.h"
 

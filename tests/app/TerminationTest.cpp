@@ -1,9 +1,6 @@
 #include "app/Termination.h"
-#include "app/Process.h"
 
 #include <gtest/gtest.h>
-
-#include <QHash>
 
 #include <csignal>
 #include <cstdlib>
@@ -35,11 +32,6 @@ TEST(Termination, OnceTheSignalIsHandledTheStatusIsOne)
             ASSERT_EQ(WEXITSTATUS(status), signalled ? 1 : 0);
         }
     }
-}
-
-TEST(Process, AttributesKeepTheirOrderFromRunToRun)
-{
-    EXPECT_EQ(qGlobalQHashSeed(), 0);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // Any bytes as a status file: every operation on it, and its text kept piece by piece.
 
-#include "app/XmlFile.h"
+#include "base/XmlFile.h"
 #include "pos/document_text.h"
 #include "pos/pos_p.h"
 

@@ -1,8 +1,7 @@
-#include "app/Process.h"
-
-#include "app/Utils.h"
+#include "base/Process.h"
 
 #include <QHash>
+#include <QTextCodec>
 
 #include <csignal>
 
@@ -34,6 +33,14 @@ void resetSignals()
 }
 
 } // namespace
+
+void useUtf8Everywhere()
+{
+    QTextCodec* const utf8 = QTextCodec::codecForName("UTF-8");
+    if (QTextCodec::codecForLocale() != utf8) {
+        QTextCodec::setCodecForLocale(utf8);
+    }
+}
 
 void prepareProcess()
 {

@@ -1,7 +1,7 @@
 // Qt 5.15 deprecates the SAX classes for its stream reader, which is not what builds the DOM.
 #define QT_NO_DEPRECATED_WARNINGS
 
-#include "app/XmlEntities.h"
+#include "base/XmlEntities.h"
 
 #include <QHash>
 #include <QXmlDefaultHandler>

@@ -22,7 +22,7 @@ constexpr long long MAX_XML_STREAM_SIZE = 1LL << 26;
 /// Returns false, with `document` untouched, when there is no such file, or it cannot be read, or
 /// it is no regular file (never waits for the other end of a pipe). Returns true otherwise; a file
 /// that is not well-formed gives a document that is empty but not null: no part of what stands
-/// before the error is kept. So does a file whose entities expand too far (app/XmlEntities.h), and
+/// before the error is kept. So does a file whose entities expand too far (base/XmlEntities.h), and
 /// only this is reported: on the log stream.
 bool readXmlFile(const QString& path, QDomDocument& document);
 

@@ -1,4 +1,4 @@
-#include "app/LogLine.h"
+#include "base/LogLine.h"
 
 #include <iostream>
 #include <mutex>

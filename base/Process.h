@@ -10,8 +10,13 @@
 /// - The signal mask inherited from whoever started the program is lifted, because its children
 ///   would inherit it too, and so is an ignored SIGCHLD, which would hide how they ended.
 /// - SIGPIPE is ignored: a closed standard output does not end the program.
-/// - File names and texts are UTF-8 whatever the locale (useUtf8Everywhere() of app/Utils.h).
+/// - File names and texts are UTF-8 whatever the locale: useUtf8Everywhere().
 /// - The seed of Qt's hashes is 0: the order of attributes in a saved file follows from it, and
 ///   must not change from run to run.
 /// - The C library's memory is set for large documents and many threads.
 void prepareProcess();
+
+/// Makes UTF-8 the encoding in which Qt hands file names and arguments to the system, whatever the
+/// locale of the caller: in the C locale Qt would turn every non-ASCII character into "?". Holds
+/// for the whole process; calling it again is harmless.
+void useUtf8Everywhere();

@@ -2,10 +2,10 @@
 // parse while the DOM is being built.
 #define QT_NO_DEPRECATED_WARNINGS
 
-#include "app/XmlFile.h"
+#include "base/XmlFile.h"
 
-#include "app/LogLine.h"
-#include "app/XmlEntities.h"
+#include "base/LogLine.h"
+#include "base/XmlEntities.h"
 
 #include <QBuffer>
 #include <QFile>
