@@ -5,11 +5,10 @@
 
 #include "base/LogLine.h"
 #include "base/Process.h"
-#include "director/OldContent.h"
+#include "base/SavedFile.h"
 #include "director/ProcessGroups.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
-#include "director/SyncPace.h"
 #include "pos/document_text.h"
 
 #include <sstream>
@@ -27,7 +26,7 @@ ProofDirector::ProofDirector(const std::string& componentName, const std::string
       saves(std::make_unique<SaveGroup>([this](bool reports) {
           return saveDocument(reports);
       })),
-      pace(std::make_unique<SyncPace>()), oldContent(std::make_unique<OldContent>())
+      posFile(std::make_unique<SavedFile>(pos))
 {
     useUtf8Everywhere();
     loaded = mechanism::ofFile(QString::fromStdString(mechanismFile), mechanism);

@@ -42,10 +42,9 @@
 #include <utility>
 #include <vector>
 
-class OldContent;
 class ProcessGroups;
+class SavedFile;
 class SaveGroup;
-class SyncPace;
 
 namespace pos
 {
@@ -205,7 +204,6 @@ private:
 
     // ProofDirector_save.cpp
     bool saveDocument(bool reports);
-    bool replacePosFile(const std::vector<QByteArray>& pieces, bool last, int& reason);
 
     // ProofDirector_select.cpp
     writer_data_t writerRun(const QString& file, const QStringList& goalWords,
@@ -316,10 +314,8 @@ private:
     /// Who waits for the next save; has a lock of its own.
     std::unique_ptr<SaveGroup> saves;
 
-    /// When a save is synced, and what becomes of the content that it replaced. Used by the one
-    /// thread that carries out a save.
-    std::unique_ptr<SyncPace> pace;
-    std::unique_ptr<OldContent> oldContent;
+    /// The file at `pos`. Used by the one thread that carries out a save.
+    std::unique_ptr<SavedFile> posFile;
 
     bool stopped = false; ///< no verdict is merged any more; guarded by `domMutex`
 };

@@ -7,15 +7,11 @@
 #include "director/ProofDirector.h"
 
 #include "base/LogLine.h"
-#include "director/OldContent.h"
+#include "base/SavedFile.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
-#include "director/SyncPace.h"
 #include "pos/document_text.h"
-#include "pos/replace_file.h"
 
-#include <cerrno>
-#include <cstring>
 
 namespace
 {
@@ -27,26 +23,6 @@ const QString AUTHOR = QStringLiteral("proof_director");
 bool ProofDirector::savePosFile()
 {
     return saves->wait(saves->join({}));
-}
-
-/// Replaces the content of the POS file by `pieces`, and has that synced when it is the `last` time
-/// or when it is due. On failure `reason` is what errno says of it.
-bool ProofDirector::replacePosFile(const std::vector<QByteArray>& pieces, bool last, int& reason)
-{
-    const SyncPace::Clock::time_point begin = SyncPace::Clock::now();
-    const bool synced = last || pace->isDue(begin);
-    oldContent->keep(pos);
-    bool saved = pos::replaceFile(pos, pieces, synced);
-    reason = errno;
-    while (!saved && (reason == ENOSPC || reason == EDQUOT) && oldContent->awaitRoom()) {
-        saved = pos::replaceFile(pos, pieces, synced);
-        reason = errno;
-    }
-    oldContent->release(saved);
-    if (synced) {
-        pace->synced(begin, SyncPace::Clock::now());
-    }
-    return saved;
 }
 
 /// Writes the document as it stands. Called by the one thread that carries out a save. With
@@ -69,13 +45,10 @@ bool ProofDirector::saveDocument(bool reports)
         pieces = text->pieces();
         last = stopped;
     }
-    int reason = 0;
-    if (replacePosFile(pieces, last, reason)) {
-        return true;
-    }
-    if (reports) {
+    const std::error_code failure = posFile->replace(pieces, last);
+    if (failure && reports) {
         writeLog(LOG_PREFIX + ("Cannot save POS file " + pos.toStdString()) + ": " +
-                 std::strerror(reason) + "\n");
+                 failure.message() + "\n");
     }
-    return false;
+    return !failure;
 }

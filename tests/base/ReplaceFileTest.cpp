@@ -1,9 +1,8 @@
-#include "pos/replace_file.h"
+#include "base/replace_file.h"
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <csignal>
 #include <filesystem>
 
@@ -16,9 +15,10 @@ namespace
 
 constexpr uid_t NOBODY = 65534;
 
-bool replace(const std::string& path, const std::vector<QByteArray>& pieces)
+/// The number of the error, 0 when there was none.
+int replace(const std::string& path, const std::vector<QByteArray>& pieces)
 {
-    return pos::replaceFile(QString::fromStdString(path), pieces);
+    return replaceFile(QString::fromStdString(path), pieces).value();
 }
 
 struct stat statusOf(const std::string& path)
@@ -65,7 +65,7 @@ TEST(ReplaceFile, WritesEveryPieceAndKeepsLinksModeAndOwner)
         pieces.push_back(QByteArray::number(index) + QByteArray(index % 7 * 100, 'x'));
         expected += pieces.back().toStdString();
     }
-    EXPECT_TRUE(replace(dir.path("é"), pieces));
+    EXPECT_EQ(replace(dir.path("é"), pieces), 0);
     EXPECT_EQ(test::contentOf(path), expected);
     const struct stat after = statusOf(path);
     EXPECT_NE(after.st_ino, before.st_ino); // a new file stepped in its place
@@ -83,8 +83,7 @@ TEST(ReplaceFile, RefusesWhatIsNoRegularFileAndCreatesNothing)
     const std::pair<const char*, int> rows[] = {
         {"dangling", ENOENT}, {"folder", EISDIR}, {"fifo", EINVAL}};
     for (const auto& [name, error] : rows) {
-        EXPECT_FALSE(replace(dir.path(name), {"new"})) << name;
-        EXPECT_EQ(errno, error) << name;
+        EXPECT_EQ(replace(dir.path(name), {"new"}), error) << name;
     }
     EXPECT_EQ(entriesOf(dir.path()), 3);
 }
@@ -118,10 +117,10 @@ TEST(ReplaceFile, WhatTheFolderForbidsIsWrittenInPlaceAndAFailureKeepsTheOldCont
         const rlimit limit = {row.room, unlimited.rlim_max};
         ::setrlimit(RLIMIT_FSIZE, &limit);
         const bool dropped = ::seteuid(NOBODY) == 0; // root has given up its rights until below
-        const bool written = replace(path, {QByteArray(600, 'x'), QByteArray(600, 'y')});
-        EXPECT_EQ(written ? 0 : errno, row.error) << row.label;
-        if (written && statusOf(path).st_size == 1200) {
-            EXPECT_TRUE(replace(path, {"ne", "w"})) << row.label;
+        const int error = replace(path, {QByteArray(600, 'x'), QByteArray(600, 'y')});
+        EXPECT_EQ(error, row.error) << row.label;
+        if (error == 0 && statusOf(path).st_size == 1200) {
+            EXPECT_EQ(replace(path, {"ne", "w"}), 0) << row.label;
         }
         EXPECT_TRUE(!dropped || ::seteuid(0) == 0);
         ::setrlimit(RLIMIT_FSIZE, &unlimited);

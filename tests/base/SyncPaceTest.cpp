@@ -1,4 +1,4 @@
-#include "director/SyncPace.h"
+#include "base/SyncPace.h"
 
 #include <gtest/gtest.h>
 

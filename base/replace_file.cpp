@@ -1,4 +1,4 @@
-#include "pos/replace_file.h"
+#include "base/replace_file.h"
 
 #include <QFile>
 #include <QTemporaryFile>
@@ -16,9 +16,6 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-namespace pos
-{
-
 namespace
 {
 
@@ -27,6 +24,12 @@ enum class outcome_t {
     failed,    ///< the new content cannot be written; nothing has changed
     notBeside, ///< the folder does not take a new file, or not in place of the old one
 };
+
+/// Why something has just failed, which is never "no error".
+std::error_code lastError()
+{
+    return {errno != 0 ? errno : EIO, std::generic_category()};
+}
 
 /// Writes the buffers to the end, however many bytes the system takes at a time.
 bool writeBuffers(int fd, iovec* buffers, int count)
@@ -136,16 +139,17 @@ QString nameBeside(const QByteArray& path)
     return QString::fromUtf8(path.left(end)) + ending;
 }
 
-/// Writes a new file beside the old one and puts it in its place. On failure `error` is the reason.
+/// Writes a new file beside the old one and puts it in its place; otherwise `failure` tells why.
 outcome_t replaceByNewFile(const QByteArray& path, const struct stat& old,
-                           const std::vector<QByteArray>& pieces, bool synced, int& error)
+                           const std::vector<QByteArray>& pieces, bool synced,
+                           std::error_code& failure)
 {
     if (QFile::encodeName(QString::fromUtf8(path)) != path) {
         return outcome_t::notBeside; // Qt would write to another name
     }
     QTemporaryFile file(nameBeside(path));
     if (!file.open()) {
-        error = errno;
+        failure = lastError();
         // A full disk, say, is no reason to write over the only good copy.
         return takesFiles(path) ? outcome_t::failed : outcome_t::notBeside;
     }
@@ -154,7 +158,7 @@ outcome_t replaceByNewFile(const QByteArray& path, const struct stat& old,
     if (takeOver(fd, old) && writePieces(fd, pieces) && settle(fd, synced)) {
         outcome = putInPlace(file, path);
     }
-    error = errno; // before the end of the file, which changes it
+    failure = lastError(); // before the end of the file, which changes it
     return outcome;
 }
 
@@ -176,47 +180,41 @@ bool writeInPlace(int fd, off_t oldSize, const std::vector<QByteArray>& pieces, 
     return writePieces(fd, pieces) && ::ftruncate(fd, size) == 0 && settle(fd, synced);
 }
 
-bool replaceInPlace(const QByteArray& path, off_t oldSize, const std::vector<QByteArray>& pieces,
-                    bool synced)
+std::error_code replaceInPlace(const QByteArray& path, off_t oldSize,
+                               const std::vector<QByteArray>& pieces, bool synced)
 {
     const int fd = ::open(path.constData(), O_WRONLY | O_CLOEXEC);
     if (fd < 0) {
-        return false;
+        return lastError();
     }
     const bool written = writeInPlace(fd, oldSize, pieces, synced);
-    const int error = errno;
+    const std::error_code failure = written ? std::error_code() : lastError();
     const bool closed = ::close(fd) == 0;
-    if (!written) {
-        errno = error;
-    }
-    return written && closed;
+    return written && !closed ? lastError() : failure;
 }
 
 } // namespace
 
-bool replaceFile(const QString& path, const std::vector<QByteArray>& pieces, bool synced)
+std::error_code replaceFile(const QString& path, const std::vector<QByteArray>& pieces, bool synced)
 {
     const std::unique_ptr<char, decltype(&std::free)> real(
         ::realpath(path.toUtf8().constData(), nullptr), &std::free);
     struct stat old = {};
     if (!real || ::stat(real.get(), &old) != 0) {
-        return false;
+        return lastError();
     }
     if (!S_ISREG(old.st_mode)) {
-        errno = S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
-        return false;
+        return std::make_error_code(S_ISDIR(old.st_mode) ? std::errc::is_a_directory
+                                                         : std::errc::invalid_argument);
     }
     if (::faccessat(AT_FDCWD, real.get(), W_OK, AT_EACCESS) != 0) {
-        return false;
+        return lastError();
     }
     const QByteArray target(real.get());
-    int error = 0;
-    const outcome_t outcome = replaceByNewFile(target, old, pieces, synced, error);
+    std::error_code failure;
+    const outcome_t outcome = replaceByNewFile(target, old, pieces, synced, failure);
     if (outcome == outcome_t::notBeside) {
         return replaceInPlace(target, old.st_size, pieces, synced);
     }
-    errno = error;
-    return outcome == outcome_t::replaced;
+    return outcome == outcome_t::replaced ? std::error_code() : failure;
 }
-
-} // namespace pos

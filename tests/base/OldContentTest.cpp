@@ -1,4 +1,4 @@
-#include "director/OldContent.h"
+#include "base/OldContent.h"
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "director/OldContent.h"
+#include "base/OldContent.h"
 
 #include <exception>
 
