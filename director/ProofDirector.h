@@ -33,6 +33,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <iosfwd>
@@ -211,6 +212,13 @@ private:
 
     // ProofDirector_write.cpp and ProofDirector_prove.cpp
 
+    /// What has become of a job.
+    struct job_state_t {
+        bool proofTaken = false;                     ///< it was handed out for writing and proving
+        bool failed = false;                         ///< it must not be proved
+        std::chrono::steady_clock::time_point begun; ///< when its writer, or else its prover, began
+    };
+
     /// What a job has to tell once it is merged.
     struct story_t {
         std::string trace;
@@ -226,10 +234,11 @@ private:
     void traceWriting(std::size_t index) const;
     void traceProving(std::size_t index) const;
     bool removeLeftFile(std::size_t index);
-    bool hasFailed(std::size_t index) const;
+    job_state_t beginJob(std::size_t index);
     bool runProver(const prover_data_t& job, QByteArray& output);
     bool hasExpectedCount(const prover_data_t& job, std::size_t found);
-    void mergeResults(const prover_data_t& job, const std::vector<QByteArray>& lines);
+    void mergeResults(const prover_data_t& job, const std::vector<QByteArray>& lines,
+                      std::chrono::steady_clock::time_point begun);
     static void tell(const story_t& story);
     bool reportResults(const prover_data_t& job, const std::vector<QByteArray>& lines,
                        story_t& story);
@@ -281,10 +290,6 @@ private:
     std::size_t nextEntry = 0;
     std::size_t nextProof = 0;
 
-    struct job_state_t {
-        bool proofTaken = false; ///< it was handed out for writing and proving
-        bool failed = false;     ///< it must not be proved
-    };
     std::vector<job_state_t> jobStates; ///< one per job; guarded by `entryMutex`
     mutable std::mutex entryMutex;
 

@@ -59,7 +59,8 @@ QString resultWord(const QByteArray& line)
 void ProofDirector::proveEntry(const std::size_t& index)
 {
     const prover_data_t& job = proverData.at(index);
-    if (hasFailed(index)) {
+    const job_state_t state = beginJob(index);
+    if (state.failed) {
         return;
     }
     traceLine("Issuing proving command " + job.cmdp.toStdString() + " " +
@@ -72,15 +73,8 @@ void ProofDirector::proveEntry(const std::size_t& index)
     traceLine("processing command output " + output.trimmed().toStdString());
     const std::vector<QByteArray> lines = resultLines(output);
     if (hasExpectedCount(job, lines.size())) {
-        mergeResults(job, lines);
+        mergeResults(job, lines, state.begun);
     }
-}
-
-/// Whether job `index` has failed so that it must not be proved.
-bool ProofDirector::hasFailed(std::size_t index) const
-{
-    const std::lock_guard<std::mutex> lock(entryMutex);
-    return jobStates.at(index).failed;
 }
 
 /// Progress line of a worker body about job `index`.
@@ -144,8 +138,9 @@ bool ProofDirector::hasExpectedCount(const prover_data_t& job, std::size_t found
     return false;
 }
 
-/// Merges and reports the results of a job, and waits until they are on disk.
-void ProofDirector::mergeResults(const prover_data_t& job, const std::vector<QByteArray>& lines)
+/// Merges and reports the results of a job that began at `begun`, and waits until they are on disk.
+void ProofDirector::mergeResults(const prover_data_t& job, const std::vector<QByteArray>& lines,
+                                 std::chrono::steady_clock::time_point begun)
 {
     SaveGroup::Ticket ticket;
     {
@@ -167,7 +162,8 @@ void ProofDirector::mergeResults(const prover_data_t& job, const std::vector<QBy
         tell(story);
     }
     if (ticket) {
-        saves->wait(ticket, std::max(concurrency, 1U) - 1);
+        saves->wait(ticket, std::max(concurrency, 1U) - 1,
+                    std::chrono::steady_clock::now() - begun);
     }
 }
 

@@ -12,7 +12,6 @@
 #include "director/SaveGroup.h"
 #include "pos/document_text.h"
 
-
 namespace
 {
 

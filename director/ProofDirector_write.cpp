@@ -38,6 +38,7 @@ void ProofDirector::writeEntry(const std::size_t& index)
               run.args.join(QLatin1Char(' ')).toStdString() + "\n" + LOG_PREFIX + "to generate " +
               run.po2filename.toStdString());
 
+    beginJob(index);
     if (!removeLeftFile(index)) {
         return;
     }
@@ -64,6 +65,17 @@ void ProofDirector::writeEntry(const std::size_t& index)
     case WriterEnd::Stopped:
         break;
     }
+}
+
+/// The state of job `index`, which begins now unless it has before.
+ProofDirector::job_state_t ProofDirector::beginJob(std::size_t index)
+{
+    const std::lock_guard<std::mutex> lock(entryMutex);
+    job_state_t& state = jobStates.at(index);
+    if (state.begun == decltype(state.begun)()) {
+        state.begun = std::chrono::steady_clock::now();
+    }
+    return state;
 }
 
 /// Removes what stands in the place of the secondary file of job `index`: an earlier run that was

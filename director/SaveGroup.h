@@ -2,6 +2,8 @@
 
 // Saving together: several threads that each need "what I have changed is on disk" share a save.
 
+#include "director/SavePatience.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <exception>
@@ -17,6 +19,7 @@
 class SaveGroup
 {
     using Clock = std::chrono::steady_clock;
+    using Duration = SavePatience::Duration;
 
     struct Round {
         unsigned int size = 0; ///< how many have joined
@@ -36,8 +39,9 @@ public:
     };
 
     /// `newSave` takes the data, writes it and returns whether that went well. Its argument tells
-    /// whether somebody wants a failure to be reported.
-    explicit SaveGroup(std::function<bool(bool reports)> newSave);
+    /// whether somebody wants a failure to be reported. `initial` is what is known of earlier
+    /// saves.
+    explicit SaveGroup(std::function<bool(bool reports)> newSave, const SavePatience& initial = {});
 
     /// A place in the next save to begin. Taken under the lock that guards the data to be saved,
     /// it makes tickets and changes come in the same order.
@@ -47,15 +51,13 @@ public:
     /// be the one that carries it out. What the save throws reaches that thread, and the save has
     /// failed for the others.
     ///
-    /// `others` is how many may be about to join as well. The save waits a little for them where
-    /// that promises to spare a save: longest when saves take longer than the work between them.
-    bool wait(const Ticket& ticket, unsigned int others = 0);
+    /// `others` is how many may be about to join as well, and `work` how long the caller has worked
+    /// for what it saves: the save may wait a little for them (see SavePatience).
+    bool wait(const Ticket& ticket, unsigned int others = 0, Duration work = {});
 
 private:
-    Clock::duration patience(unsigned int others, Clock::duration work) const;
     void gather(std::unique_lock<std::mutex>& lock, const Round& round, unsigned int others,
-                Clock::duration work);
-
+                Duration work);
     bool carryOut(bool reports, std::exception_ptr& failure) const;
 
     const std::function<bool(bool reports)> save;
@@ -64,10 +66,7 @@ private:
     std::condition_variable ended;
     std::condition_variable joined;
     // Guarded by `mutex`.
-    Ticket next;             ///< the round that has not begun; null when nobody has joined
-    bool busy = false;       ///< a save is running, or about to
-    unsigned int inVain = 0; ///< saves in a row that nobody joined late
-    Clock::duration last{0}; ///< what the last save took
-    /// What the lesser of the last two saves took: one in many waits for the disk.
-    Clock::duration cost{0};
+    Ticket next;       ///< the round that has not begun; null when nobody has joined
+    bool busy = false; ///< a save is running, or about to
+    SavePatience patience;
 };
