@@ -1,4 +1,5 @@
-# The programs, the libraries with their package files, the man pages and the bash completion.
+# The programs, the libraries with their package files, the man pages, the bash completion, the
+# documents and the example.
 include(CMakePackageConfigHelpers)
 
 get_property(libraries GLOBAL PROPERTY MECHRUN_LIBRARIES)
@@ -30,3 +31,13 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mechrunConfig.cmake
 install(FILES docs/mechrun.1 docs/mechlimit.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
 install(FILES docs/mechrun.bash-completion RENAME mechrun
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
+
+# Laid out as in the source tree, so that the links between the documents hold.
+install(FILES README.md CONTRIBUTING.md CHANGELOG.md LICENSE
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(FILES docs/formats.md docs/performance.md docs/reliability.md docs/run.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
+  PATTERN tools EXCLUDE)
+install(PROGRAMS examples/tools/pos-changes examples/tools/smt-reader examples/tools/smt-writer
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/tools COMPONENT documentation)
