@@ -2,6 +2,7 @@
 
 #include "director/ProofDirector.h"
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -59,17 +60,31 @@ void flushReport()
 }
 
 /// Set by the handler.
-volatile std::sig_atomic_t signalCame = 0;
+std::atomic<bool> signalCame{false};
 
+/// Waits for the handler. It may well run on this very thread: while the main thread starts a
+/// child, which a file server can hold up, no signal reaches that one.
 void waitForSignal()
 {
     char byte = 0;
-    while (::read(wakeUp[0], &byte, 1) != 1) {
-        if (errno != EINTR) {
-            return;
-        }
+    while (::read(wakeUp[0], &byte, 1) < 0 && errno == EINTR) {
     }
-    endAfterSignal();
+    // A signal that was on its way to this thread has been handled by now.
+    if (signalCame) {
+        endAfterSignal();
+    }
+}
+
+/// Not deleted by the end of the process, which may come from anywhere.
+std::thread* waiting = nullptr;
+
+/// Wakes the thread. Calls nothing that a handler must not call.
+void wakeThread()
+{
+    const char byte = 0;
+    // A full pipe means that the thread has been woken already.
+    if (::write(wakeUp[1], &byte, 1) != 1) {
+    }
 }
 
 } // namespace
@@ -91,11 +106,8 @@ void deleteDirector()
 void sighandler(int /*signal*/)
 {
     const int error = errno;
-    signalCame = 1;
-    const char byte = 0;
-    // A full pipe means that the thread has been woken already.
-    if (::write(wakeUp[1], &byte, 1) != 1) {
-    }
+    signalCame = true;
+    wakeThread();
     errno = error;
 }
 
@@ -106,28 +118,20 @@ void installTermination()
         std::exit(EXIT_FAILURE);
     }
     ::fcntl(wakeUp[1], F_SETFL, O_NONBLOCK); // the handler must never block
-    // The handler must not run on the thread: the main thread could not tell whether it is about
-    // to.
-    sigset_t termination;
-    sigemptyset(&termination);
-    sigaddset(&termination, SIGTERM);
-    ::pthread_sigmask(SIG_BLOCK, &termination, nullptr);
     try {
-        std::thread(waitForSignal).detach();
+        waiting = new std::thread(waitForSignal);
     } catch (const std::system_error& error) {
         std::fprintf(stderr, "mechrun: cannot prepare for a termination signal: %s\n",
                      error.what());
         std::exit(EXIT_FAILURE);
     }
     std::signal(SIGTERM, sighandler);
-    ::pthread_sigmask(SIG_UNBLOCK, &termination, nullptr);
 }
 
 int statusAtEnd(int status)
 {
     std::signal(SIGTERM, SIG_IGN);
-    while (signalCame != 0) {
-        ::pause(); // until the thread ends the process
-    }
+    wakeThread();
+    waiting->join(); // which ends the process if a signal has come
     return status;
 }

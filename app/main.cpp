@@ -1,10 +1,10 @@
 // The program: options, one director per mechanism, and the frame of the report.
 
-#include "base/LogLine.h"
 #include "app/Options.h"
-#include "base/Process.h"
 #include "app/Termination.h"
 #include "app/Utils.h"
+#include "base/LogLine.h"
+#include "base/Process.h"
 #include "director/ProofDirector.h"
 #include "pos/pos.h"
 #include "pos/printmetrics.h"

@@ -1,5 +1,6 @@
 #include "director/ProcessGroups.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <iterator>
@@ -142,11 +143,11 @@ int ProcessGroups::takeGroup(pid_t& id)
             return 0;
         }
         if (!mayMakeGroup()) {
-            changed.wait(lock);
+            changed.wait_for(lock, TRY_AGAIN);
             continue;
         }
         const int error = makeGroup(lock, id);
-        if (error == 0 || groups.empty()) {
+        if (error == 0 || groups.size() + making == 0) {
             return error;
         }
         limit();
@@ -161,31 +162,31 @@ bool ProcessGroups::mayMakeGroup()
         ++most;
         refused = Clock::now();
     }
-    return groups.size() < most;
+    return groups.size() + making < most;
 }
 
-/// No more groups than there are. Called with `mutex` held.
+/// No more groups than there are, or will be in a moment. Called with `mutex` held.
 void ProcessGroups::limit()
 {
-    most = groups.empty() ? 1 : groups.size();
+    most = std::max<std::size_t>(groups.size() + making, 1);
     refused = Clock::now();
 }
 
 /// Takes a group that is not in use. Called with `mutex` held.
 bool ProcessGroups::takeIdle(pid_t& id)
 {
-    for (auto group = groups.begin(); group != groups.end(); ++group) {
+    auto group = groups.begin();
+    while (group != groups.end()) {
         if (group->used) {
-            continue;
-        }
-        if (isAlive(group->id)) {
+            ++group;
+        } else if (isAlive(group->id)) {
             group->used = true;
             id = group->id;
             return true;
+        } else {
+            endGroup(group->id); // a tool has killed its own group
+            group = groups.erase(group);
         }
-        endGroup(group->id); // a tool has killed its own group
-        groups.erase(group);
-        return false;
     }
     return false;
 }
@@ -198,10 +199,12 @@ int ProcessGroups::makeGroup(std::unique_lock<std::mutex>& lock, pid_t& id)
         return errno;
     }
     Groups made(1); // a guard that runs must not fail to be entered
+    ++making;
     ++starting;
     lock.unlock();
     const int error = startGuard(lifeline.toRead.number(), made.front().id);
     lock.lock();
+    --making;
     --starting;
     if (error == 0) {
         made.front().used = true;
@@ -235,7 +238,7 @@ bool ProcessGroups::giveUp(pid_t id)
             return group.id == id;
         });
         limit();
-        others = !groups.empty();
+        others = groups.size() + making != 0;
     }
     endGroup(id);
     changed.notify_all();

@@ -80,6 +80,7 @@ private:
     std::condition_variable changed;
     // Guarded by `mutex`.
     Groups groups;
+    std::size_t making = 0;       ///< guards that are being started
     std::size_t starting = 0;     ///< starts under way, of guards and of tools
     std::size_t most = UNLIMITED; ///< how many groups the system has room for, as far as is known
     Clock::time_point refused;    ///< when it last turned out to have less

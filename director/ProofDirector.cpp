@@ -23,9 +23,13 @@ ProofDirector::ProofDirector(const std::string& componentName, const std::string
       pog(QString::fromStdString(pogPath)), dir(QString::fromStdString(directory)), xml(xmlReport),
       concurrency(workers), trace(traceLevel), fastOnly(onlyFast), component(componentName),
       processes(std::make_unique<ProcessGroups>()), text(std::make_unique<pos::DocumentText>()),
-      saves(std::make_unique<SaveGroup>([this](bool reports) {
-          return saveDocument(reports);
-      })),
+      saves(std::make_unique<SaveGroup>(
+          [this] {
+              return saveDocument();
+          },
+          [this](const std::error_code& failure) {
+              reportFailedSave(failure);
+          })),
       posFile(std::make_unique<SavedFile>(pos))
 {
     useUtf8Everywhere();

@@ -40,10 +40,12 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 class ProcessGroups;
+class ResultLines;
 class SavedFile;
 class SaveGroup;
 
@@ -204,7 +206,8 @@ private:
     bool isOpen(pos::status_t status, const QDomElement& entry) const;
 
     // ProofDirector_save.cpp
-    bool saveDocument(bool reports);
+    std::error_code saveDocument();
+    void reportFailedSave(const std::error_code& failure) const;
 
     // ProofDirector_select.cpp
     writer_data_t writerRun(const QString& file, const QStringList& goalWords,
@@ -237,11 +240,10 @@ private:
     job_state_t beginJob(std::size_t index);
     bool runProver(const prover_data_t& job, QByteArray& output);
     bool hasExpectedCount(const prover_data_t& job, std::size_t found);
-    void mergeResults(const prover_data_t& job, const std::vector<QByteArray>& lines,
+    void mergeResults(const prover_data_t& job, ResultLines& lines,
                       std::chrono::steady_clock::time_point begun);
     static void tell(const story_t& story);
-    bool reportResults(const prover_data_t& job, const std::vector<QByteArray>& lines,
-                       story_t& story);
+    bool reportResults(const prover_data_t& job, ResultLines& lines, story_t& story);
     void reportHeadings(std::size_t obligation, std::string& report);
     void applyResult(const address_t& address, const QString& word, std::string& traced);
 

@@ -10,6 +10,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <algorithm>
+#include <cstddef>
 #include <map>
 #include <vector>
 
@@ -37,7 +39,33 @@ void addParametersBits(QStringList& args, mechanism::tool_t tool);
 
 /// The lines of a reader's output: white space at both ends goes, then every line feed separates.
 /// Empty output is one empty line.
-std::vector<QByteArray> resultLines(const QByteArray& output);
+class ResultLines
+{
+public:
+    explicit ResultLines(const QByteArray& output) : text(output.trimmed()) {}
+
+    std::size_t count() const
+    {
+        return static_cast<std::size_t>(text.count('\n')) + 1;
+    }
+    bool atEnd() const
+    {
+        return next > text.size();
+    }
+
+    /// The next line; an empty one at the end.
+    QByteArray take()
+    {
+        const int begin = std::min(next, text.size());
+        const int end = text.indexOf('\n', begin);
+        next = end < 0 ? text.size() + 1 : end + 1;
+        return text.mid(begin, end < 0 ? -1 : end - begin);
+    }
+
+private:
+    QByteArray text;
+    int next = 0;
+};
 
 /// The word of a result line ("Proved", "Unknown" or "Disproved"), null for any other line.
 QString resultWord(const QByteArray& line);

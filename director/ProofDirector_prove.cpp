@@ -37,12 +37,6 @@ const std::map<pos::status_t, const char*> xmlOfStatus = {{pos::UNPROVED, "<m/>"
                                                           {pos::PROVED, "<p/>"},
                                                           {pos::DISPROVED, "<d/>"}};
 
-std::vector<QByteArray> resultLines(const QByteArray& output)
-{
-    const QList<QByteArray> lines = output.trimmed().split('\n');
-    return {lines.begin(), lines.end()};
-}
-
 QString resultWord(const QByteArray& line)
 {
     // The text ends at the first zero byte, if there is one.
@@ -71,8 +65,8 @@ void ProofDirector::proveEntry(const std::size_t& index)
         return;
     }
     traceLine("processing command output " + output.trimmed().toStdString());
-    const std::vector<QByteArray> lines = resultLines(output);
-    if (hasExpectedCount(job, lines.size())) {
+    ResultLines lines(output);
+    if (hasExpectedCount(job, lines.count())) {
         mergeResults(job, lines, state.begun);
     }
 }
@@ -139,7 +133,7 @@ bool ProofDirector::hasExpectedCount(const prover_data_t& job, std::size_t found
 }
 
 /// Merges and reports the results of a job that began at `begun`, and waits until they are on disk.
-void ProofDirector::mergeResults(const prover_data_t& job, const std::vector<QByteArray>& lines,
+void ProofDirector::mergeResults(const prover_data_t& job, ResultLines& lines,
                                  std::chrono::steady_clock::time_point begun)
 {
     SaveGroup::Ticket ticket;
@@ -179,16 +173,13 @@ void ProofDirector::tell(const story_t& story)
 
 /// Applies the line of every goal and appends its mark to the report. Returns whether some line was
 /// recognised. Called with `domMutex` held.
-bool ProofDirector::reportResults(const prover_data_t& job, const std::vector<QByteArray>& lines,
-                                  story_t& story)
+bool ProofDirector::reportResults(const prover_data_t& job, ResultLines& lines, story_t& story)
 {
     std::string& report = story.report;
     bool changed = false;
-    std::size_t next = 0;
     for (const address_t& address : job.po_addresses) {
         reportHeadings(address.first, report);
-        const QString word = next < lines.size() ? resultWord(lines[next]) : QString();
-        ++next;
+        const QString word = resultWord(lines.take());
         if (word.isNull()) {
             report += xml ? "<m/>" : "-";
             continue;
@@ -198,8 +189,8 @@ bool ProofDirector::reportResults(const prover_data_t& job, const std::vector<QB
         report += (xml ? xmlOfStatus : stringOfStatus).at(status);
         if (!goalFilter.isEmpty()) {
             report += xml ? "<model>\n" : "model:\n";
-            for (; next < lines.size(); ++next) {
-                report += lines[next].toStdString() + "\n";
+            while (!lines.atEnd()) {
+                report += lines.take().toStdString() + "\n";
             }
             report += xml ? "</model>\n" : "\n";
         }

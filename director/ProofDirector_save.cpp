@@ -17,6 +17,9 @@ namespace
 
 const QString AUTHOR = QStringLiteral("proof_director");
 
+/// No document was read, or it has no root element. No file system answers so.
+const std::error_code NOTHING_TO_SAVE = std::make_error_code(std::errc::no_message);
+
 } // namespace
 
 bool ProofDirector::savePosFile()
@@ -24,10 +27,8 @@ bool ProofDirector::savePosFile()
     return saves->wait(saves->join({}));
 }
 
-/// Writes the document as it stands. Called by the one thread that carries out a save. With
-/// `reports`, a failure to write the document goes to the log stream; that there is no document to
-/// write does not.
-bool ProofDirector::saveDocument(bool reports)
+/// Writes the document as it stands. Called by the one thread that carries out a save.
+std::error_code ProofDirector::saveDocument()
 {
     std::vector<QByteArray> pieces;
     bool last = false;
@@ -35,7 +36,7 @@ bool ProofDirector::saveDocument(bool reports)
         const std::lock_guard<std::mutex> lock(domMutex);
         QDomElement root = dom.documentElement();
         if (root.isNull()) {
-            return false;
+            return NOTHING_TO_SAVE;
         }
         if (root.attribute(pos::ATTR_AUTHOR) != AUTHOR) {
             root.setAttribute(pos::ATTR_AUTHOR, AUTHOR);
@@ -44,10 +45,14 @@ bool ProofDirector::saveDocument(bool reports)
         pieces = text->pieces();
         last = stopped;
     }
-    const std::error_code failure = posFile->replace(pieces, last);
-    if (failure && reports) {
+    return posFile->replace(pieces, last);
+}
+
+/// Logs that a document could not be written; that there is no document to write is no news.
+void ProofDirector::reportFailedSave(const std::error_code& failure) const
+{
+    if (failure != NOTHING_TO_SAVE) {
         writeLog(LOG_PREFIX + ("Cannot save POS file " + pos.toStdString()) + ": " +
                  failure.message() + "\n");
     }
-    return !failure;
 }

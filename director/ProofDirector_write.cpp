@@ -23,6 +23,18 @@ namespace
 const std::string OUT_OF_MEMORY =
     LOG_PREFIX + std::string("Out of memory: the results of a job are lost.\n");
 
+/// True when there certainly is no file of that name. Leaves `errno` as it is.
+bool isNowhere(const QByteArray& path)
+{
+    const int error = errno;
+    struct stat status = {};
+    const bool found = ::lstat(path.constData(), &status) == 0;
+    const bool nowhere =
+        !found && (errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG || errno == ELOOP);
+    errno = error;
+    return nowhere;
+}
+
 bool isThere(const QString& file)
 {
     struct stat status = {};
@@ -84,7 +96,8 @@ ProofDirector::job_state_t ProofDirector::beginJob(std::size_t index)
 bool ProofDirector::removeLeftFile(std::size_t index)
 {
     const QString& file = writerData.at(index).po2filename;
-    if (::unlink(file.toUtf8().constData()) == 0 || errno == ENOENT || errno == ENOTDIR) {
+    const QByteArray path = file.toUtf8();
+    if (::unlink(path.constData()) == 0 || isNowhere(path)) {
         return true;
     }
     const int reason = errno;

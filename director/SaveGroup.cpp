@@ -2,8 +2,8 @@
 
 #include <utility>
 
-SaveGroup::SaveGroup(std::function<bool(bool reports)> newSave, const SavePatience& initial)
-    : save(std::move(newSave)), patience(initial)
+SaveGroup::SaveGroup(Save newSave, Report newReport, const SavePatience& initial)
+    : save(std::move(newSave)), report(std::move(newReport)), patience(initial)
 {
 }
 
@@ -22,7 +22,8 @@ SaveGroup::Ticket SaveGroup::join(const Wish& wish)
 
 bool SaveGroup::wait(const Ticket& ticket, unsigned int others, Duration work)
 {
-    std::exception_ptr failure;
+    std::error_code failure;
+    std::exception_ptr thrown;
     std::unique_lock<std::mutex> lock(mutex);
     while (!ticket->done) {
         if (busy) {
@@ -35,28 +36,32 @@ bool SaveGroup::wait(const Ticket& ticket, unsigned int others, Duration work)
         next.reset();
         lock.unlock();
         const Clock::time_point begin = Clock::now();
-        const bool succeeded = carryOut(ticket->reports, failure);
+        failure = carryOut(thrown);
         lock.lock();
         patience.saved(Clock::now() - begin);
         busy = false;
-        ticket->succeeded = succeeded;
+        ticket->succeeded = !failure;
         ticket->done = true;
         ended.notify_all();
     }
-    if (failure) {
-        std::rethrow_exception(failure);
+    lock.unlock();
+    if (thrown) {
+        std::rethrow_exception(thrown);
+    }
+    if (failure && ticket->reports) {
+        report(failure);
     }
     return ticket->succeeded;
 }
 
-/// What the save returns; false when it throws, with what it threw in `failure`.
-bool SaveGroup::carryOut(bool reports, std::exception_ptr& failure) const
+/// What the save returns; when it throws, some failure, with what it threw in `thrown`.
+std::error_code SaveGroup::carryOut(std::exception_ptr& thrown) const
 {
     try {
-        return save(reports);
+        return save();
     } catch (...) {
-        failure = std::current_exception();
-        return false;
+        thrown = std::current_exception();
+        return std::make_error_code(std::errc::interrupted);
     }
 }
 

@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <system_error>
 
 /// Hands out places in the next save and lets one of those who wait carry it out for all.
 ///
@@ -38,10 +39,13 @@ public:
         bool reports = false; ///< its failure is reported, whoever carries it out
     };
 
-    /// `newSave` takes the data, writes it and returns whether that went well. Its argument tells
-    /// whether somebody wants a failure to be reported. `initial` is what is known of earlier
-    /// saves.
-    explicit SaveGroup(std::function<bool(bool reports)> newSave, const SavePatience& initial = {});
+    using Save = std::function<std::error_code()>;
+    using Report = std::function<void(const std::error_code& failure)>;
+
+    /// `newSave` takes the data, writes it and returns why that failed. `newReport` reports such a
+    /// failure where somebody who joined wants that; by then nobody waits for the save any more, so
+    /// it may block. `initial` is what is known of earlier saves.
+    SaveGroup(Save newSave, Report newReport, const SavePatience& initial = {});
 
     /// A place in the next save to begin. Taken under the lock that guards the data to be saved,
     /// it makes tickets and changes come in the same order.
@@ -58,9 +62,10 @@ public:
 private:
     void gather(std::unique_lock<std::mutex>& lock, const Round& round, unsigned int others,
                 Duration work);
-    bool carryOut(bool reports, std::exception_ptr& failure) const;
+    std::error_code carryOut(std::exception_ptr& thrown) const;
 
-    const std::function<bool(bool reports)> save;
+    const Save save;
+    const Report report;
 
     std::mutex mutex;
     std::condition_variable ended;

@@ -7,9 +7,12 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
+#include <filesystem>
 
 #include <fcntl.h>
+#include <sys/fanotify.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -295,6 +298,39 @@ TEST_F(Run, WhateverEndsTheProgramLeavesNoProcessAndNoVerdictIsLost)
             EXPECT_TRUE(test::hasEnded(pid, true)) << row.label;
         }
     }
+}
+
+TEST_F(Run, AStopSavesAtOnceAlthoughAStartDoesNotEnd)
+{
+    // The system asks us before it runs the tool, as it would ask a file server, and we do not
+    // answer.
+    const int question = ::fanotify_init(FAN_CLASS_CONTENT | FAN_CLOEXEC, O_RDONLY);
+    if (question < 0) {
+        GTEST_SKIP() << "only root may hold a start up";
+    }
+    for (const char* const workers : {"-c 1", "-c 3"}) {
+        test::Driver stuck = test::driverSaying(dir, "D2", "Proved");
+        stuck.prover.path = dir.path("stuck");
+        std::filesystem::copy("/bin/cat", stuck.prover.path,
+                              std::filesystem::copy_options::overwrite_existing);
+        component({test::driverSaying(dir, "D1", "Proved"), stuck},
+                  "Unproved/Unproved/Proved,Unproved | Unproved/Unproved/Unproved,Proved");
+        const std::string pos = test::contentOf(dir.path("comp.pos"));
+        ASSERT_EQ(::fanotify_mark(question, FAN_MARK_ADD, FAN_OPEN_EXEC_PERM, AT_FDCWD,
+                                  stuck.prover.path.c_str()),
+                  0);
+        const pid_t program = start(FILES + "-M mechs " + workers);
+        char event[256];
+        EXPECT_GT(::read(question, event, sizeof event), 0); // it is about to start
+        dir.write("comp.pos", pos);                          // what the stop saves is to be seen
+        const auto begin = std::chrono::steady_clock::now();
+        ::kill(program, SIGTERM);
+        EXPECT_EQ(statusOf(program), 1) << workers;
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4)) << workers;
+        EXPECT_EQ(statuses(), "Proved/Proved/Proved,Unproved | Unproved/Unproved/Unproved,Proved");
+        EXPECT_FALSE(test::exists(dir.path("tmp/comp_mech_D2_1_0.po2"))) << workers;
+    }
+    ::close(question);
 }
 
 TEST_F(Run, StandardStreamsThatAreClosedHarmNothing)
