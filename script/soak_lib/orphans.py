@@ -15,13 +15,13 @@ LONGEST_WAIT = 0.5   # seconds
 RUN_LIMIT = 20       # seconds
 DEATH_LIMIT = 3      # seconds for processes that were killed to be gone
 JOBS = 400
+KINDS = ((signal.SIGKILL, "kill -9, forking tools"), (signal.SIGTERM, "SIGTERM, forking tools"))
 
 
 def run_case(case):
     """Every tool of every job forks a child, which forks another; both sleep and heed no signal."""
-    number, name = ((signal.SIGKILL, "kill -9"), (signal.SIGTERM, "SIGTERM"))[case.number % 2]
+    number, kind = KINDS[case.number % len(KINDS)]
     workers = case.rng.choice((1, 2, 16))
-    kind = f"{name}, forking tools"
     roles = case.rng.choice((("writer",), ("prover",), ("reader",), ("writer", "prover", "reader")))
     options = {role: ["fork=1"] for role in roles}
     component = Component([Driver(case.setting.tools, options=options)], [0] * JOBS, 1)
