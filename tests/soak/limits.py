@@ -5,9 +5,9 @@ import pwd
 import re
 import resource
 
-from soak_lib.component import Component, Driver
-from soak_lib.enclosure import is_inside, is_root
-from soak_lib.trace import Trace
+from soak.component import Component, Driver
+from soak.enclosure import is_inside, is_root
+from soak.trace import Trace
 
 NAME = "limits"
 FIRST = 4

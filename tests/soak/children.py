@@ -9,8 +9,8 @@ import os
 import re
 import shutil
 
-from soak_lib.component import Component, Driver, Malformed, read_document, word_of
-from soak_lib.component import bad as bad_option
+from soak.component import Component, Driver, Malformed, read_document, word_of
+from soak.component import bad as bad_option
 
 NAME = "children"
 WEIGHT = 1.5

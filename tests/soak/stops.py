@@ -4,7 +4,7 @@ import os
 import signal
 import time
 
-from soak_lib.component import Component, Driver, bad
+from soak.component import Component, Driver, bad
 
 NAME = "stop"
 FIRST = 4

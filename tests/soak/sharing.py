@@ -4,8 +4,8 @@ import os
 import shutil
 import time
 
-from soak_lib.component import Component, Driver, bad, Malformed, read_document
-from soak_lib.trace import FAILED, UPDATE
+from soak.component import Component, Driver, bad, Malformed, read_document
+from soak.trace import FAILED, UPDATE
 
 NAME = "sharing"
 FIRST = 3

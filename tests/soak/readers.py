@@ -1,7 +1,7 @@
 """Reading the POS file all the time during a run: every read is a whole document, and a verdict
 that was read once is in all later ones."""
 
-from soak_lib.component import Component, Driver, Malformed, read_document
+from soak.component import Component, Driver, Malformed, read_document
 
 NAME = "reader"
 FIRST = 3

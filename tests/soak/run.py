@@ -8,9 +8,9 @@ import signal
 import subprocess
 import time
 
-from soak_lib import enclosure
-from soak_lib.component import Malformed, read_document, word_of
-from soak_lib.trace import Trace, losses
+from soak import enclosure
+from soak.component import Malformed, read_document, word_of
+from soak.trace import Trace, losses
 
 MARK = "MECHRUN_SOAK_RUN"
 RUN_LIMIT = 60  # seconds; a run that takes longer hangs

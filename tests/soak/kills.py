@@ -7,7 +7,7 @@ import glob
 import os
 import time
 
-from soak_lib.component import Component, Driver
+from soak.component import Component, Driver
 
 NAME = "kill"
 FIRST = 3

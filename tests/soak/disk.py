@@ -5,9 +5,9 @@ import os
 import shutil
 import subprocess
 
-from soak_lib.component import Component, Driver, bad, Malformed, read_document
-from soak_lib.enclosure import is_inside
-from soak_lib.trace import FAILED, UPDATE
+from soak.component import Component, Driver, bad, Malformed, read_document
+from soak.enclosure import is_inside
+from soak.trace import FAILED, UPDATE
 
 NAME = "disk"
 FIRST = 3

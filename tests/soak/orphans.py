@@ -4,7 +4,7 @@ that carries the mark of the run is left, and the POS file is whole."""
 import signal
 import time
 
-from soak_lib.component import Component, Driver
+from soak.component import Component, Driver
 
 NAME = "orphans"
 FIRST = 4
