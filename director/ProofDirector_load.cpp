@@ -9,43 +9,18 @@
 
 #include "base/XmlFile.h"
 #include "pos/document_text.h"
+#include "pos/walk.h"
 
 namespace
 {
 
-pos::status_t statusOf(const QDomElement& element)
-{
-    return pos::proofStatusOfAttrValue(
-        element.attribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED));
-}
-
-QString statusWordOf(const QDomElement& element)
-{
-    return element.attribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
-}
-
-QDomElement mechanismOf(const QDomElement& goal, const QString& name)
-{
-    QDomElement entry = goal.firstChildElement(pos::TAG_MECHANISM);
-    while (!entry.isNull() && entry.attribute(pos::ATTR_NAME) != name) {
-        entry = entry.nextSiblingElement(pos::TAG_MECHANISM);
-    }
-    return entry;
-}
-
-std::string nameOf(const QDomElement& obligation)
-{
-    return obligation.firstChildElement(pos::TAG_TAG).text().toStdString();
-}
-
 /// The drivers recorded under `entry` whose status is one of `words`; all when `words` is empty.
-QStringList driversOf(const QDomElement& entry, const QStringList& words)
+QStringList driverNames(const QDomElement& entry, const QStringList& words)
 {
     QStringList names;
-    for (QDomElement driver = entry.firstChildElement(pos::TAG_DRIVER); !driver.isNull();
-         driver = driver.nextSiblingElement(pos::TAG_DRIVER)) {
-        if (words.isEmpty() || words.contains(statusWordOf(driver))) {
-            names.append(driver.attribute(pos::ATTR_NAME));
+    for (const QDomElement& driver : pos::driversOf(entry)) {
+        if (words.isEmpty() || words.contains(pos::statusWordOf(driver))) {
+            names.append(pos::nameOf(driver));
         }
     }
     return names;
@@ -96,17 +71,17 @@ bool ProofDirector::isOpen(pos::status_t status, const QDomElement& entry) const
 {
     return status != pos::PROVED && status != pos::DISPROVED &&
            (status != pos::UNRELIABLY_PROVED || mechanism.trust != mechanism::trust_t::never) &&
-           statusWordOf(entry) == pos::ATTR_VALUE_UNPROVED;
+           pos::statusWordOf(entry) == pos::ATTR_VALUE_UNPROVED;
 }
 
 /// The record of a goal in play mode. Called with `domMutex` held.
 ProofDirector::po_data_t ProofDirector::goalToPlay(QDomElement& goal, bool& registered)
 {
-    const pos::status_t status = statusOf(goal);
+    const pos::status_t status = pos::statusOf(goal);
     if (status == pos::UNPROVED) {
         ++unprovedCount;
     }
-    QDomElement entry = mechanismOf(goal, QString::fromStdString(mechanism.name));
+    QDomElement entry = pos::mechanismOf(goal, QString::fromStdString(mechanism.name));
     if (entry.isNull()) {
         entry = registerMechanism(goal, status);
         registered = true;
@@ -115,7 +90,7 @@ ProofDirector::po_data_t ProofDirector::goalToPlay(QDomElement& goal, bool& regi
         return {status, {}, entry};
     }
     // What the drivers reached before is deliberately not consulted: in play mode all run.
-    return {pos::UNPROVED, driversOf(entry, {}), entry};
+    return {pos::UNPROVED, driverNames(entry, {}), entry};
 }
 
 /// Appends the obligations of the document with the records that `recordGoal` makes; stops and
@@ -123,20 +98,16 @@ ProofDirector::po_data_t ProofDirector::goalToPlay(QDomElement& goal, bool& regi
 bool ProofDirector::appendObligations(
     const std::function<bool(QDomElement& goal, po_data_t& record)>& recordGoal)
 {
-    for (QDomElement obligation =
-             dom.documentElement().firstChildElement(pos::TAG_PROOF_OBLIGATION);
-         !obligation.isNull();
-         obligation = obligation.nextSiblingElement(pos::TAG_PROOF_OBLIGATION)) {
+    for (const QDomElement& obligation : pos::obligationsOf(dom)) {
         std::vector<po_data_t> goals;
-        for (QDomElement goal = obligation.firstChildElement(pos::TAG_SIMPLE_GOAL); !goal.isNull();
-             goal = goal.nextSiblingElement(pos::TAG_SIMPLE_GOAL)) {
+        for (QDomElement& goal : pos::goalsOf(obligation)) {
             po_data_t record;
             if (!recordGoal(goal, record)) {
                 return false;
             }
             goals.push_back(std::move(record));
         }
-        obligations.emplace_back(nameOf(obligation), std::move(goals));
+        obligations.emplace_back(pos::tagOf(obligation).toStdString(), std::move(goals));
     }
     return true;
 }
@@ -168,11 +139,11 @@ bool ProofDirector::reloadPosFile()
     const QString name = QString::fromStdString(mechanism.name);
     const QStringList verdicts = {pos::ATTR_VALUE_PROVED, pos::ATTR_VALUE_DISPROVED};
     return appendObligations([&](const QDomElement& goal, po_data_t& record) {
-        const bool unproved = statusWordOf(goal) == pos::ATTR_VALUE_UNPROVED;
+        const bool unproved = pos::statusWordOf(goal) == pos::ATTR_VALUE_UNPROVED;
         unprovedCount += unproved ? 1 : 0;
-        const QDomElement entry = mechanismOf(goal, name);
-        const bool replayed = unproved && statusWordOf(entry) == pos::ATTR_VALUE_UNPROVED;
-        record = {pos::UNPROVED, replayed ? driversOf(entry, verdicts) : QStringList(), entry};
+        const QDomElement entry = pos::mechanismOf(goal, name);
+        const bool replayed = unproved && pos::statusWordOf(entry) == pos::ATTR_VALUE_UNPROVED;
+        record = {pos::UNPROVED, replayed ? driverNames(entry, verdicts) : QStringList(), entry};
         return !entry.isNull();
     });
 }

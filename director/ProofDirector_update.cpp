@@ -7,6 +7,7 @@
 
 #include "director/ProofDirector_p.h"
 #include "pos/document_text.h"
+#include "pos/walk.h"
 
 using mechanism::trust_t;
 
@@ -63,15 +64,10 @@ void ProofDirector::updateStatus(const address_t& address, const QString& word)
     const pos::status_t old = record.status;
     QDomElement entry = record.element;
 
-    QDomElement element = entry.firstChildElement(pos::TAG_DRIVER);
-    while (!element.isNull() && element.attribute(pos::ATTR_NAME) != driver.name) {
-        element = element.nextSiblingElement(pos::TAG_DRIVER);
-    }
-    // A driver that is not recorded counts as the last one.
-    const bool last = element.isNull() || element.nextSiblingElement(pos::TAG_DRIVER).isNull();
-    if (!element.isNull()) {
-        element.setAttribute(pos::ATTR_STATUS, word);
-    }
+    // A driver that is not recorded counts as the last one, and there is nothing to set.
+    QDomElement element = pos::driverOf(entry, driver.name);
+    const bool last = pos::isLastDriver(element);
+    element.setAttribute(pos::ATTR_STATUS, word);
 
     const pos::status_t status = statusAfter(old, word, mechanism.trust, last);
     if (setsMechanismStatus(old, status, word, mechanism.trust, last)) {
@@ -79,8 +75,7 @@ void ProofDirector::updateStatus(const address_t& address, const QString& word)
     }
     if (word != pos::ATTR_VALUE_UNKNOWN) {
         QDomElement goal = entry.parentNode().toElement();
-        const QString before = goal.attribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
-        if (raisesGoal(before, status)) {
+        if (raisesGoal(pos::statusWordOf(goal), status)) {
             goal.setAttribute(pos::ATTR_STATUS, pos::strOfProofStatus(status));
             // Also when the goal was not counted any more: a figure of progress, kept so.
             --unprovedCount;

@@ -3,6 +3,7 @@
 
 #include "pos/pos.h"
 #include "pos/pos_p.h"
+#include "pos/walk.h"
 
 namespace pos
 {
@@ -85,23 +86,21 @@ void countDriverStatus(status_t status, driver_metrics_t& metrics)
 
 bool isProvedExternally(const QDomElement& goal)
 {
-    QDomElement mechanism = goal.firstChildElement(TAG_MECHANISM);
-    while (!mechanism.isNull() && statusOf(mechanism) != PROVED) {
-        mechanism = mechanism.nextSiblingElement(TAG_MECHANISM);
+    for (const QDomElement& mechanism : mechanismsOf(goal)) {
+        if (statusOf(mechanism) == PROVED) {
+            return true;
+        }
     }
-    return !mechanism.isNull();
+    return false;
 }
 
 void countMechanisms(const QDomElement& goal, metrics_t& metrics)
 {
-    for (QDomElement mechanism = goal.firstChildElement(TAG_MECHANISM); !mechanism.isNull();
-         mechanism = mechanism.nextSiblingElement(TAG_MECHANISM)) {
-        mechanism_metrics_t& record = recordOf(metrics.mechanisms, mechanism.attribute(ATTR_NAME));
+    for (const QDomElement& mechanism : mechanismsOf(goal)) {
+        mechanism_metrics_t& record = recordOf(metrics.mechanisms, nameOf(mechanism));
         countMechanismStatus(statusOf(mechanism), record);
-        for (QDomElement driver = mechanism.firstChildElement(TAG_DRIVER); !driver.isNull();
-             driver = driver.nextSiblingElement(TAG_DRIVER)) {
-            driver_metrics_t& found = recordOf(record.drivers, driver.attribute(ATTR_NAME));
-            countDriverStatus(statusOf(driver), found);
+        for (const QDomElement& driver : driversOf(mechanism)) {
+            countDriverStatus(statusOf(driver), recordOf(record.drivers, nameOf(driver)));
         }
     }
 }

@@ -1,9 +1,10 @@
-// The operations on whole POS documents. All walk the same way: the goals in document order, and
-// inside a goal its records by tag name; elements with other names are skipped at every level.
+// The operations on whole POS documents, and the rule that derives a goal's status from its
+// records.
 
 #include "base/XmlFile.h"
 #include "pos/pos.h"
 #include "pos/pos_p.h"
+#include "pos/walk.h"
 
 #include <QTextStream>
 
@@ -18,25 +19,6 @@ QDomDocument domOfPath(const std::string& path)
     QDomDocument document;
     readXmlFile(QString::fromStdString(path), document);
     return document;
-}
-
-bool everyGoal(const QDomDocument& doc, const std::function<bool(QDomElement& goal)>& visit)
-{
-    for (QDomElement obligation = doc.documentElement().firstChildElement(TAG_PROOF_OBLIGATION);
-         !obligation.isNull(); obligation = obligation.nextSiblingElement(TAG_PROOF_OBLIGATION)) {
-        for (QDomElement goal = obligation.firstChildElement(TAG_SIMPLE_GOAL); !goal.isNull();
-             goal = goal.nextSiblingElement(TAG_SIMPLE_GOAL)) {
-            if (!visit(goal)) {
-                return false;
-            }
-        }
-    }
-    return true;
-}
-
-status_t statusOf(const QDomElement& element)
-{
-    return proofStatusOfAttrValue(element.attribute(ATTR_STATUS, ATTR_VALUE_UNPROVED));
 }
 
 bool isProvedByProver(const QDomElement& goal)
@@ -72,14 +54,16 @@ status_t statusOfMechanism(const QDomElement& mechanism)
     return statusOfWord.at(mechanism.attribute(ATTR_STATUS));
 }
 
-/// The first mechanism of the goal that is called `name`; null when there is none.
-QDomElement mechanismOf(const QDomElement& goal, const std::string& name)
+/// The first mechanism of the goal whose name is `name` in UTF-8; null when there is none. A name
+/// may hold what UTF-8 has no form for, and is found as getMechanisms lists it.
+QDomElement mechanismInUtf8(const QDomElement& goal, const std::string& name)
 {
-    QDomElement mechanism = goal.firstChildElement(TAG_MECHANISM);
-    while (!mechanism.isNull() && mechanism.attribute(ATTR_NAME).toStdString() != name) {
-        mechanism = mechanism.nextSiblingElement(TAG_MECHANISM);
+    for (const QDomElement& mechanism : mechanismsOf(goal)) {
+        if (nameOf(mechanism).toStdString() == name) {
+            return mechanism;
+        }
     }
-    return mechanism;
+    return {};
 }
 
 } // namespace
@@ -92,8 +76,7 @@ status_t expectedStatus(const QDomElement& goal)
     if (!iapa.isNull()) {
         ++count[statusOfAnalyser(iapa)];
     }
-    for (QDomElement mechanism = goal.firstChildElement(TAG_MECHANISM); !mechanism.isNull();
-         mechanism = mechanism.nextSiblingElement(TAG_MECHANISM)) {
+    for (const QDomElement& mechanism : mechanismsOf(goal)) {
         ++count[statusOfMechanism(mechanism)];
     }
     for (const status_t status : {DISPROVED, PROVED, UNRELIABLY_PROVED}) {
@@ -122,8 +105,7 @@ bool checkPosInvariant(const QDomDocument& doc)
 void unprove(QDomDocument& doc)
 {
     everyGoal(doc, [](QDomElement& goal) {
-        for (QDomElement mechanism = goal.firstChildElement(TAG_MECHANISM); !mechanism.isNull();
-             mechanism = mechanism.nextSiblingElement(TAG_MECHANISM)) {
+        for (QDomElement& mechanism : mechanismsOf(goal)) {
             mechanism.setAttribute(ATTR_STATUS, ATTR_VALUE_UNPROVED);
         }
         const status_t status = isProvedByProver(goal) ? PROVED : UNPROVED;
@@ -139,7 +121,7 @@ bool removeMechanism(QDomDocument& doc, const std::string& name, bool& modified)
         return false;
     }
     return everyGoal(doc, [&name, &modified](QDomElement& goal) {
-        const QDomElement mechanism = mechanismOf(goal, name);
+        const QDomElement mechanism = mechanismInUtf8(goal, name);
         if (mechanism.isNull()) {
             return true;
         }
@@ -164,9 +146,8 @@ bool getMechanisms(const std::string& posPath, std::list<std::string>& names)
     names.clear();
     return everyGoal(doc, [&names](const QDomElement& goal) {
         statusOf(goal); // raises on an unknown word
-        for (QDomElement mechanism = goal.firstChildElement(TAG_MECHANISM); !mechanism.isNull();
-             mechanism = mechanism.nextSiblingElement(TAG_MECHANISM)) {
-            const std::string name = mechanism.attribute(ATTR_NAME).toStdString();
+        for (const QDomElement& mechanism : mechanismsOf(goal)) {
+            const std::string name = nameOf(mechanism).toStdString();
             if (std::find(names.begin(), names.end(), name) == names.end()) {
                 names.push_back(name);
             }

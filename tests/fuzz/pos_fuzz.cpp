@@ -3,6 +3,7 @@
 #include "base/XmlFile.h"
 #include "pos/document_text.h"
 #include "pos/pos_p.h"
+#include "pos/walk.h"
 
 #include <QHash>
 

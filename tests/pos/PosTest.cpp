@@ -1,6 +1,7 @@
 // Status words, operations on whole documents, totals.
 
 #include "pos/pos_p.h"
+#include "pos/walk.h"
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>
@@ -44,6 +45,35 @@ TEST(Pos, OnlyTheWordsOfTheFormatAreRead)
         EXPECT_THROW(proofStatusOfAttrValue(QString::fromUtf8(word)), std::out_of_range) << word;
     }
     EXPECT_THROW(strOfProofStatus(static_cast<status_t>(5)), std::out_of_range);
+}
+
+TEST(Pos, TheFirstElementOfExactlyANameIsFound)
+{
+    const QDomDocument doc = test::documentOf(
+        "<r><Tag>r</Tag><Proof_Obligation><x><Tag>x</Tag></x><Tag>a<b>b</b></Tag><Tag>c</Tag>"
+        "<Simple_Goal><x><Mechanism name='m'/></x><Mechanism name='M' status='1'/>"
+        "<Mechanism name='mm' status='2'/><Mechanism status='3'/><Mechanism name='m'>"
+        "<Driver name='D' status='4'/><Driver name='dd' status='5'/><Driver name='d' status='6'/>"
+        "<x/><Driver name='d' status='7'/><Driver status='8'/><x/></Mechanism>"
+        "<Mechanism name='m' status='9'/></Simple_Goal></Proof_Obligation></r>");
+    const QDomElement obligation = *obligationsOf(doc).begin();
+    EXPECT_EQ(tagOf(obligation), QStringLiteral("ab"));
+    const QDomElement goal = *goalsOf(obligation).begin();
+    EXPECT_EQ(statusWordOf(mechanismOf(goal, QString())), QStringLiteral("3"));
+    EXPECT_TRUE(mechanismOf(goal, QStringLiteral("x")).isNull());
+    const QDomElement mechanism = mechanismOf(goal, QStringLiteral("m"));
+    EXPECT_EQ(statusOf(mechanism), UNPROVED) << "by default";
+    const struct {
+        const char* driver;
+        const char* status;
+        bool last;
+    } rows[] = {{"d", "6", false}, {"", "8", true}, {"no such", "Unproved", true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.driver);
+        const QDomElement driver = driverOf(mechanism, QString::fromUtf8(row.driver));
+        EXPECT_EQ(statusWordOf(driver).toStdString(), row.status);
+        EXPECT_EQ(isLastDriver(driver), row.last);
+    }
 }
 
 TEST(Pos, RefutationOutweighsProofAndReliableOutweighsUnreliable)
