@@ -48,6 +48,7 @@ class ProcessGroups;
 class ResultLines;
 class SavedFile;
 class SaveGroup;
+enum class verdict_t : int;
 
 namespace pos
 {
@@ -245,10 +246,10 @@ private:
     static void tell(const story_t& story);
     bool reportResults(const prover_data_t& job, ResultLines& lines, story_t& story);
     void reportHeadings(std::size_t obligation, std::string& report);
-    void applyResult(const address_t& address, const QString& word, std::string& traced);
+    void applyResult(const address_t& address, const verdict_t& verdict, std::string& traced);
 
     // ProofDirector_update.cpp
-    void updateStatus(const address_t& address, const QString& word);
+    void updateStatus(const address_t& address, const verdict_t& verdict);
 
     // ProofDirector_play.cpp
     void playDrivers();

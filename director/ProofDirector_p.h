@@ -66,22 +66,3 @@ private:
     QByteArray text;
     int next = 0;
 };
-
-/// The word of a result line ("Proved", "Unknown" or "Disproved"), null for any other line.
-QString resultWord(const QByteArray& line);
-
-/// A goal's status for the mechanism after a driver's result. `last`: the driver is the last one
-/// recorded for the goal.
-pos::status_t statusAfter(pos::status_t old, const QString& word, mechanism::trust_t trust,
-                          bool last);
-
-/// Whether the goal's `Mechanism` element takes that status too.
-bool setsMechanismStatus(pos::status_t old, pos::status_t status, const QString& word,
-                         mechanism::trust_t trust, bool last);
-
-/// The drivers still to run on a goal after a result of `driver`.
-QStringList driversAfter(const QStringList& drivers, const QString& driver, pos::status_t old,
-                         const QString& word, mechanism::trust_t trust);
-
-/// Whether a goal that stands at `before` in the document rises to `status`.
-bool raisesGoal(const QString& before, pos::status_t status);

@@ -9,6 +9,7 @@
 #include "director/ChildProcess.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
+#include "director/verdict.h"
 
 #include <algorithm>
 #include <iostream>
@@ -36,19 +37,6 @@ const std::map<pos::status_t, const char*> xmlOfStatus = {{pos::UNPROVED, "<m/>"
                                                           {pos::UNRELIABLY_PROVED, "<u/>"},
                                                           {pos::PROVED, "<p/>"},
                                                           {pos::DISPROVED, "<d/>"}};
-
-QString resultWord(const QByteArray& line)
-{
-    // The text ends at the first zero byte, if there is one.
-    const QLatin1String text(line.constData());
-    for (const QString& word :
-         {pos::ATTR_VALUE_PROVED, pos::ATTR_VALUE_UNKNOWN, pos::ATTR_VALUE_DISPROVED}) {
-        if (word == text) {
-            return word;
-        }
-    }
-    return {};
-}
 
 void ProofDirector::proveEntry(const std::size_t& index)
 {
@@ -179,12 +167,12 @@ bool ProofDirector::reportResults(const prover_data_t& job, ResultLines& lines, 
     bool changed = false;
     for (const address_t& address : job.po_addresses) {
         reportHeadings(address.first, report);
-        const QString word = resultWord(lines.take());
-        if (word.isNull()) {
+        const std::optional<verdict_t> verdict = verdictOfLine(lines.take());
+        if (!verdict) {
             report += xml ? "<m/>" : "-";
             continue;
         }
-        applyResult(address, word, story.trace);
+        applyResult(address, *verdict, story.trace);
         const pos::status_t status = obligations.at(address.first).second.at(address.second).status;
         report += (xml ? xmlOfStatus : stringOfStatus).at(status);
         if (!goalFilter.isEmpty()) {
@@ -215,17 +203,18 @@ void ProofDirector::reportHeadings(std::size_t obligation, std::string& report)
 }
 
 /// Called with `domMutex` held.
-void ProofDirector::applyResult(const address_t& address, const QString& word, std::string& traced)
+void ProofDirector::applyResult(const address_t& address, const verdict_t& verdict,
+                                std::string& traced)
 {
     if (trace == TRACE_PROGRESS) {
         std::ostringstream line;
         line << "updating proof status of proof obligation " << address.first << ","
-             << address.second << " to " << word.toStdString() << " for driver "
+             << address.second << " to " << strOfVerdict(verdict).toStdString() << " for driver "
              << driver.name.toStdString();
         traced += tracedLine(line.str());
     }
     // With a goal filter the run only looks for a model: the goal keeps its status.
     if (goalFilter.isEmpty()) {
-        updateStatus(address, word);
+        updateStatus(address, verdict);
     }
 }

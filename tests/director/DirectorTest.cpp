@@ -3,6 +3,7 @@
 #include "director/ChildProcess.h"
 #include "director/ProofDirector.h"
 #include "director/ProofDirector_p.h"
+#include "director/verdict.h"
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>
@@ -109,7 +110,7 @@ protected:
     void update(std::size_t driver, const std::string& word)
     {
         made->driver = made->mechanism.drivers.at(driver);
-        made->updateStatus({0, 0}, QString::fromStdString(word));
+        made->updateStatus({0, 0}, verdictOfLine(QByteArray::fromStdString(word)).value());
     }
 
     std::string dump() const
@@ -250,43 +251,39 @@ TEST(Arguments, AProgramIsNeverLookedUpAlongThePath)
     EXPECT_EQ(programOfPath(QStringLiteral("\"")), QStringLiteral("./\""));
 }
 
-TEST_F(ProofDirectorTest, TrustDecidesWhatAVerdictIsWorth)
+TEST_F(ProofDirectorTest, AVerdictReachesEveryRecordItConcerns)
 {
     const std::string two = "Unproved/Unproved/Unproved,Unproved";
-    // A goal, verdicts after the number of their driver, and then: the document, what is left for
-    // the drivers, the number of unproved goals.
-    const std::string rows[][4] = {
-        {"never", two, "0 Proved",
-         "UnreliablyProved/UnreliablyProved/Proved,Unproved UnreliablyProved{} 0"},
-        {"never", two, "0 Proved 1 Disproved",
-         "Disproved/Disproved/Proved,Disproved Disproved{} -1"},
-        {"always", two, "0 Unknown", "Unproved/Unproved/Unknown,Unproved Unproved{D2} 1"},
-        {"always", "/Unproved/Unproved", "0 Proved", "Proved/Proved/Proved Proved{} 0"},
-        // What another one proved stays.
-        {"always", "Proved/Unproved/Unproved", "0 Disproved",
-         "Proved/Disproved/Disproved Disproved{} 0"},
-        {"always", "Unknown/Proved/Unproved", "0 Unknown", "Unknown/Proved/Unknown Unknown{} 0"},
-        // A driver that is not recorded counts as the last.
-        {"always", "Unproved/Unproved/Unproved", "1 Unknown",
+    const struct {
+        const char* label;
+        const char* trust;
+        std::string goal;
+        const char* verdicts; ///< each after the index of its driver
+        const char* after;    ///< the document, what is left for the drivers, unproved goals
+    } rows[] = {
+        {"unknown to the first", "always", two, "0 Unknown",
+         "Unproved/Unproved/Unknown,Unproved Unproved{D2} 1"},
+        {"proved by a stranger", "never", "/Unproved/Unproved", "1 Proved",
+         "UnreliablyProved/UnreliablyProved/Unproved UnreliablyProved{} 0"},
+        {"unknown to a stranger", "always", "Unproved/Unproved/Unproved", "1 Unknown",
          "Unproved/Unknown/Unproved Unknown{D1} 1"},
-        {"redundancy", two, "0 Proved",
-         "UnreliablyProved/UnreliablyProved/Proved,Unproved UnreliablyProved{D2} 0"},
-        {"redundancy", two, "0 Proved 1 Unknown",
-         "UnreliablyProved/Unknown/Proved,Unknown Unknown{} 0"},
-        {"redundancy", two + ",Unproved", "0 Proved 1 Unknown 2 Proved",
+        {"a goal of another prover", "always", "Proved(Util)/Unproved/Unproved", "0 Disproved",
+         "Proved(Util)/Disproved/Disproved Disproved{} 0"},
+        {"confirmed", "redundancy", two + ",Unproved", "0 Proved 1 Unknown 2 Proved",
          "Proved/Proved/Proved,Unknown,Proved Proved{} -1"},
-        {"redundancy", two, "0 Proved 1 Proved 0 Proved",
-         "Proved/UnreliablyProved/Proved,Proved UnreliablyProved{} -1"},
+        {"refuted after a proof", "never", two, "0 Proved 1 Disproved",
+         "Disproved/Disproved/Proved,Disproved Disproved{} -1"},
     };
-    for (const auto& [trust, goal, words, after] : rows) {
-        make({{"D1"}, {"D2"}, {"D3"}}, goal, {trust}).loadPosFile();
-        std::istringstream verdicts(words);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.label);
+        make({{"D1"}, {"D2"}, {"D3"}}, row.goal, {row.trust}).loadPosFile();
+        std::istringstream verdicts(row.verdicts);
         std::size_t driver = 0;
         for (std::string word; verdicts >> driver >> word;) {
             update(driver, word);
-            EXPECT_TRUE(made->savePosFile());
         }
-        EXPECT_EQ(test::statusesOf(posPath) + " " + records(), after) << words;
+        EXPECT_TRUE(made->savePosFile());
+        EXPECT_EQ(test::statusesOf(posPath) + " " + records(), row.after);
     }
 }
 

@@ -3,6 +3,7 @@
 // the file.
 
 #include "director/ProofDirector.h"
+#include "director/verdict.h"
 #include "pos/pos.h"
 #include "tests/support/Support.h"
 
@@ -70,8 +71,8 @@ public:
     /// Verdicts for all goals that the driver is to work on, in turn.
     void giveVerdicts(unsigned choice)
     {
-        static const QString words[] = {pos::ATTR_VALUE_PROVED, pos::ATTR_VALUE_UNKNOWN,
-                                        pos::ATTR_VALUE_DISPROVED};
+        static const verdict_t verdicts[] = {verdict_t::proved, verdict_t::unknown,
+                                             verdict_t::disproved};
         director.prepareDriver(choice / 6 % 2);
         // The drivers are of group "full": one job holds all goals.
         for (const auto& goal : director.proverData.at(0).po_addresses) {
@@ -79,7 +80,7 @@ public:
                 director.obligations.at(goal.first).second.at(goal.second);
             require(!drivers.isEmpty() && !element.isNull() && status == pos::UNPROVED,
                     "a goal to work on is closed");
-            director.updateStatus(goal, words[choice++ % 3]);
+            director.updateStatus(goal, verdicts[choice++ % 3]);
         }
     }
 
