@@ -269,6 +269,8 @@ TEST_F(ProofDirectorTest, AVerdictReachesEveryRecordItConcerns)
          "Unproved/Unknown/Unproved Unknown{D1} 1"},
         {"a goal of another prover", "always", "Proved(Util)/Unproved/Unproved", "0 Disproved",
          "Proved(Util)/Disproved/Disproved Disproved{} 0"},
+        {"to be confirmed", "redundancy", two, "0 Proved",
+         "UnreliablyProved/UnreliablyProved/Proved,Unproved UnreliablyProved{D2} 0"},
         {"confirmed", "redundancy", two + ",Unproved", "0 Proved 1 Unknown 2 Proved",
          "Proved/Proved/Proved,Unknown,Proved Proved{} -1"},
         {"refuted after a proof", "never", two, "0 Proved 1 Disproved",

@@ -160,9 +160,9 @@ TEST(Pos, EachGoalCountsOnceAndEachRecordUnderItsName)
     const std::string path = dir.write(
         "é.pos",
         "<r><Proof_Obligation>"
-        "<Simple_Goal status='Proved'><Proof_State proofState='Proved(Util)'/>"
-        "<Mechanism name='n' status='Unproved'/></Simple_Goal>"
+        "<Simple_Goal status='Proved'><Proof_State proofState='Proved(Util)'/></Simple_Goal>"
         "<Simple_Goal status='Proved'><Proof_State proofState='Proved'/>"
+        "<Mechanism name='n' status='Unproved'/>"
         "<Mechanism name='n' status='Proved'><Driver name='d' status='Proved'/>"
         "<Driver name='e' status='UnreliablyProved'/></Mechanism>"
         "<Mechanism name='m' status='Proved(0)'><Driver name='d' status='Unknown'/></Mechanism>"
