@@ -214,7 +214,7 @@ private:
     writer_data_t writerRun(const QString& file, const QStringList& goalWords,
                             const QString& inputFile, const addresses_t& positions) const;
 
-    // ProofDirector_write.cpp and ProofDirector_prove.cpp
+    // ProofDirector_work.cpp
 
     /// What has become of a job.
     struct job_state_t {
@@ -223,22 +223,28 @@ private:
         std::chrono::steady_clock::time_point begun; ///< when its writer, or else its prover, began
     };
 
+    job_state_t beginJob(std::size_t index);
+    bool takeJobToWrite(bool proves, std::size_t& index);
+    bool takeJobToProve(std::size_t& index);
+    void abandonJobs();
+    static void attempt(const std::function<void()>& job);
+    void runJobs(const std::function<bool()>& job);
+    void runInline();
+    void runWorkers();
+    void traceWriting(std::size_t index) const;
+    void traceProving(std::size_t index) const;
+
+    // ProofDirector_write.cpp
+    bool removeLeftFile(std::size_t index);
+
+    // ProofDirector_prove.cpp
+
     /// What a job has to tell once it is merged.
     struct story_t {
         std::string trace;
         std::string report;
     };
 
-    void addError(const QString& message);
-    static void attempt(const std::function<void()>& job);
-    bool takeJobToWrite(bool proves, std::size_t& index);
-    bool takeJobToProve(std::size_t& index);
-    void abandonJobs();
-    void runJobs(const std::function<bool()>& job);
-    void traceWriting(std::size_t index) const;
-    void traceProving(std::size_t index) const;
-    bool removeLeftFile(std::size_t index);
-    job_state_t beginJob(std::size_t index);
     bool runProver(const prover_data_t& job, QByteArray& output);
     bool hasExpectedCount(const prover_data_t& job, std::size_t found);
     void mergeResults(const prover_data_t& job, ResultLines& lines,
@@ -254,9 +260,11 @@ private:
     // ProofDirector_play.cpp
     void playDrivers();
     void playDriver(std::size_t index);
-    void runInline();
-    void runWorkers();
     void removeSecondaryFiles();
+
+    // ProofDirector.cpp
+
+    void addError(const QString& message);
 
     /// A progress line, prefixed; empty unless the trace level asks for it.
     std::string tracedLine(const std::string& line) const;

@@ -4,15 +4,12 @@
 
 #include "director/ProofDirector.h"
 
-#include "base/LogLine.h"
 #include "director/ProcessGroups.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
 
 #include <chrono>
-#include <exception>
 #include <iostream>
-#include <thread>
 #include <unistd.h>
 
 namespace
@@ -115,54 +112,6 @@ void ProofDirector::finishDriver()
     proverData.clear();
     const std::lock_guard<std::mutex> lock(fileMutex);
     writerData.clear();
-}
-
-/// Runs the jobs one after the other on this thread.
-void ProofDirector::runInline()
-{
-    for (std::size_t i = 0; i < writerData.size() && !processes->isClosed(); ++i) {
-        attempt([&] {
-            writeEntry(i);
-            proveEntry(i);
-        });
-    }
-}
-
-/// Runs the jobs on `concurrency` workers, whatever the number of jobs, and waits for them. With a
-/// concurrency of 0 no job runs. The first exception of a worker ends all of them and reaches the
-/// caller.
-void ProofDirector::runWorkers()
-{
-    std::vector<std::thread> workers;
-    std::exception_ptr failure;
-    const auto work = [&] {
-        try {
-            writeAndProveJob();
-        } catch (...) {
-            abandonJobs();
-            const std::lock_guard<std::mutex> lock(entryMutex);
-            failure = failure ? failure : std::current_exception();
-        }
-    };
-    try {
-        workers.reserve(concurrency);
-        for (unsigned int i = 0; i < concurrency; ++i) {
-            workers.emplace_back(work);
-        }
-    } catch (const std::exception& error) {
-        // Fewer workers do the same jobs; without any, this thread does them.
-        writeLog(LOG_PREFIX + std::string("Cannot start another worker thread: ") + error.what() +
-                 "\n");
-        if (workers.empty()) {
-            work();
-        }
-    }
-    for (std::thread& worker : workers) {
-        worker.join();
-    }
-    if (failure) {
-        std::rethrow_exception(failure);
-    }
 }
 
 void ProofDirector::removeSecondaryFiles()

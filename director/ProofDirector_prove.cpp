@@ -59,18 +59,6 @@ void ProofDirector::proveEntry(const std::size_t& index)
     }
 }
 
-/// Progress line of a worker body about job `index`.
-void ProofDirector::traceProving(std::size_t index) const
-{
-    if (trace == TRACE_PROGRESS) {
-        const prover_data_t& job = proverData.at(index);
-        std::ostringstream line;
-        line << WORKER_LOG_PREFIX << "Thread " << std::this_thread::get_id() << " proves entry ("
-             << job.cmdp.toStdString() << ", " << job.inpath.toStdString() << ").\n";
-        writeLog(line.str());
-    }
-}
-
 /// Runs the two tools; false, with the reason logged, when there is nothing to read.
 bool ProofDirector::runProver(const prover_data_t& job, QByteArray& output)
 {
