@@ -79,13 +79,14 @@ bool ProofDirector::removeLeftFile(std::size_t index)
 {
     const QString& file = writerData.at(index).po2filename;
     const QByteArray path = file.toUtf8();
-    if (::unlink(path.constData()) == 0 || isNowhere(path)) {
-        return true;
-    }
+    const bool removed = ::unlink(path.constData()) == 0 || isNowhere(path);
     const int reason = errno;
     {
         const std::lock_guard<std::mutex> lock(entryMutex);
-        jobStates.at(index).failed = true;
+        jobStates.at(index).failed = !removed;
+    }
+    if (removed) {
+        return true;
     }
     writeLog(LOG_PREFIX + ("Cannot remove " + file.toStdString()) +
              ", which is left from an earlier run: " + std::strerror(reason) + "\n");
