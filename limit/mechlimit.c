@@ -40,10 +40,10 @@ typedef struct {
 typedef struct {
     pid_t pid;
     bool ended;
-    int status;     ///< what waitpid tells, once it has ended
-    int reason;     ///< the pipe on which it tells why it could not start
-    rlim_t peak;    ///< it has had at least that much address space
-    bool signalled; ///< a signal was passed on to it
+    int status;      ///< what waitpid tells, once it has ended
+    int reason;      ///< the pipe on which it tells why it could not start
+    rlim_t resident; ///< its peak, or that of what it waited for, in bytes; once it has ended
+    bool signalled;  ///< a signal was passed on to it
 } Command;
 
 typedef enum { ENDED, OUT_OF_TIME, ORPHANED } Outcome;
@@ -188,18 +188,6 @@ static Command start(char* const words[], rlim_t bytes, const sigset_t* watched)
     return command;
 }
 
-/// The command has had at least as much address space as was resident at a time, of it or of what
-/// it waited for. Before it started it was a copy of mechlimit, and that does not count.
-static void noteResident(Command* command, const struct rusage* usage)
-{
-    struct rusage own;
-    getrusage(RUSAGE_SELF, &own);
-    const rlim_t resident = (rlim_t)usage->ru_maxrss << 10;
-    if (usage->ru_maxrss > own.ru_maxrss && resident > command->peak) {
-        command->peak = resident;
-    }
-}
-
 /// Reaps all that has ended. How many that were, or -1 when no child is left.
 static int reap(Command* command)
 {
@@ -212,17 +200,17 @@ static int reap(Command* command)
         if (pid == command->pid) {
             command->ended = true;
             command->status = status;
-            noteResident(command, &usage);
+            command->resident = (rlim_t)usage.ru_maxrss << 10;
         }
     }
     return pid < 0 ? -1 : reaped;
 }
 
-/// Reads a file of /proc as a text; false when the process is no more.
-static bool readProcess(const char* pid, const char* name, char* text, size_t size)
+/// What /proc tells of a process, as a text; false when the process is no more.
+static bool readStat(const char* pid, char* text, size_t size)
 {
     char path[PATH_MAX];
-    snprintf(path, sizeof path, "/proc/%s/%s", pid, name);
+    snprintf(path, sizeof path, "/proc/%s/stat", pid);
     const int file = open(path, O_RDONLY | O_CLOEXEC);
     if (file < 0) {
         return false;
@@ -242,7 +230,7 @@ static void killChildren(void)
     for (const struct dirent* entry = NULL; (entry = readdir(processes)) != NULL;) {
         char text[512];
         if (!isdigit((unsigned char)entry->d_name[0]) ||
-            !readProcess(entry->d_name, "stat", text, sizeof text)) {
+            !readStat(entry->d_name, text, sizeof text)) {
             continue;
         }
         // "PID (NAME) STATE PARENT ...", and a name may hold anything.
@@ -281,38 +269,6 @@ static void killAll(Command* command)
     }
 }
 
-static rlim_t almost(rlim_t bytes)
-{
-    return bytes - bytes / 8;
-}
-
-/// Notes the peak of the command's address space, and tells when to look again. The system tells
-/// nobody of a request that it refuses, and of a process that has ended it tells no more than what
-/// was resident. So the peak is looked at from time to time: no later than a fast growth could
-/// reach the limit, and no more when it has almost done so.
-static long long look(Command* command, rlim_t bytes)
-{
-    char pid[24];
-    char text[4096];
-    const rlim_t perMillisecond = 4U << 20;
-    struct pollfd started = {command->reason, POLLIN, 0};
-    if (poll(&started, 1, 0) == 0) {
-        return 1; // it is still a copy of mechlimit
-    }
-    snprintf(pid, sizeof pid, "%d", (int)command->pid);
-    if (readProcess(pid, "status", text, sizeof text)) {
-        // There is none in a process that has ended, and a smaller one after another exec.
-        const char* line = strstr(text, "\nVmPeak:");
-        const rlim_t peak = line == NULL ? 0 : strtoull(line + strlen("\nVmPeak:"), NULL, 10) << 10;
-        command->peak = peak > command->peak ? peak : command->peak;
-    }
-    if (command->peak >= almost(bytes)) {
-        return LLONG_MAX;
-    }
-    const long long time = (long long)((bytes - command->peak) / perMillisecond);
-    return time < 1 ? 1 : time > 50 ? 50 : time;
-}
-
 /// Passes signals on until the command has ended, its time is over, or the parent has gone.
 static Outcome watch(Command* command, Limits limits, pid_t parent, const sigset_t* watched)
 {
@@ -331,12 +287,7 @@ static Outcome watch(Command* command, Limits limits, pid_t parent, const sigset
         if (now >= end) {
             return OUT_OF_TIME;
         }
-        long long pause = end - now < 3600000 ? end - now : 3600000;
-        if (limits.bytes > 0 && command->peak < almost(limits.bytes)) {
-            const long long next = look(command, limits.bytes);
-            pause = next < pause ? next : pause;
-        }
-        const int number = nextSignal(watched, pause, &info);
+        const int number = nextSignal(watched, end - now < 3600000 ? end - now : 3600000, &info);
         // What a terminal sends, it sends to the whole group, and so to the command too.
         if (number > 0 && number != SIGCHLD && info.si_code <= 0) {
             command->signalled = true;
@@ -358,21 +309,25 @@ static sigset_t watchedSignals(void)
     return set;
 }
 
-/// Without certain knowledge: the command failed as programs do that get no more memory, and its
-/// peak makes that the likely reason. A table that is doubled is refused at half of the limit. A
-/// crash may be a fault of the command, which must not pass for an answer, so it takes more.
+/// Without certain knowledge: the command failed as programs do that get no more memory, and what
+/// was resident makes that the likely reason. Address space is no evidence: some programs reserve
+/// gigabytes before they read their arguments, and then reject them. A table that is doubled is
+/// refused at half of the limit. A crash may be a fault of the command, which must not pass for an
+/// answer, so it takes more; all of the limit is never resident, for code and stacks take some. Any
+/// program may have a dozen MiB resident when it fails at once, and so that much is no evidence.
 static bool ranOutOfMemory(const Command* command, rlim_t bytes)
 {
+    const rlim_t little = 32U << 20;
     const int status = command->status;
-    if (bytes == 0 || command->signalled) {
+    if (bytes == 0 || command->signalled || command->resident < little) {
         return false;
     }
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     if (code <= 128) {
-        return code != 0 && command->peak >= bytes / 2;
+        return code != 0 && command->resident >= bytes / 2;
     }
     const int number = code - 128; // also where a shell tells so of the last thing that it started
-    return (number == SIGABRT || number == SIGSEGV) && command->peak >= almost(bytes);
+    return (number == SIGABRT || number == SIGSEGV) && command->resident >= bytes / 3 * 2;
 }
 
 /// Prints the word on a line of its own: the command may have left half a line behind.

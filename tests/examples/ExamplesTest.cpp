@@ -44,8 +44,10 @@ TEST_F(Examples, OnlyASolversOwnWordsAreVerdicts)
          "Proved\nUnknown\nDisproved\n"},
         {"", ""},
         {"Error: invalid command line option: -smmt2\nFor usage information: z3 -h\n", ""},
-        // A limit ended the run: what it did not come to is unknown. Otherwise it has no answer.
+        // Nothing shows that the solver began, and only the time limit is sure of its reason.
+        {"Error: invalid command line option: -smmt2\n\nmemout\n", ""},
         {"\ntimeout\n", "Unknown\nUnknown\nUnknown\n"},
+        // A limit ended the run: what it did not come to is unknown. Otherwise it has no answer.
         {"goal 0\nunsat\ngoal 1\n\nmemout\n", "Proved\nUnknown\nUnknown\n"},
         {"goal 0\nunsat\ngoal 1\n", "Proved\n"},
         {"goal 0\ntimeout\ngoal 1\n", "Unknown\n"},
@@ -76,6 +78,8 @@ TEST_F(Examples, AProverThatDidNotTryLeavesTheFileAsItIs)
     // a verdict comes.
     const std::string rows[][3] = {
         {"echo 'Error: invalid command line option: -smmt2'; exit 109",
+         "Unexpected number of results. Expected: 14 Found: 1\n", ""},
+        {"exec mechlimit 60 1000 python3 -ISc 'import mmap; m = mmap.mmap(-1, 900 << 20); exit(1)'",
          "Unexpected number of results. Expected: 14 Found: 1\n", ""},
         {"exec mechlimit 1 0 no-such-solver", "Driver prover crashed.\n", ""},
         {"exec mechlimit 0.01 0 sleep 60", "", "Unknown"},

@@ -87,15 +87,22 @@ TEST_F(Limit, AtALimitAllDescendantsGoAndTheWordStandsOnALineOfItsOwn)
 {
     dir.script("chain", "setsid sh ./chain & exit"); // never the same process
     const std::string some = "0 64 sh -c 'head -c 40M /dev/zero | tail -c 40M | wc -c; ";
+    const std::string reserve = "0 1000 /usr/bin/python3 -ISc 'import mmap, os, time; "
+                                "m = mmap.mmap(-1, 900 << 20); time.sleep(0.2); ";
     const std::string rows[][2] = {
         {"0.2 0 sh -c 'printf half; sleep 1000 & setsid sh -c \"sleep 1000 & sleep 1000\" & wait'",
          "half\ntimeout\n0"},
         {"1 0 sh -c 'trap \"\" TERM; ./chain; sleep 1000'", "\ntimeout\n0"},
         {"0 64 tail /dev/zero", "\nmemout\n0"},
+        // What is reserved is no evidence, nor is what any program needs.
+        {reserve + "exit(1)'", "1"},
+        {reserve + "os.abort()'", "-6"},
+        {"0 40 sh -c 'head -c 22M /dev/zero | tail -c 22M | wc -c; exit 1'", "23068672\n1"},
         // More than half of the limit, and less than a crash takes.
         {some + "exit 0'", "41943040\n0"},
         {some + "exit 1'", "41943040\n\nmemout\n0"},
         {some + "kill -ABRT $$'", "41943040\n-6"},
+        {"0 64 sh -c 'tail /dev/zero; kill -ABRT $$'", "\nmemout\n0"},
     };
     for (const auto& [words, expected] : rows) {
         start("ulimit -c 0; exec mechlimit " + words + " 2>/dev/null");
