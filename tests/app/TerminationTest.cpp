@@ -24,6 +24,7 @@ TEST(Termination, OnceTheSignalIsHandledTheStatusIsOne)
                 signalled ? ::raise(SIGTERM) : 0; // its thread has hardly begun
                 const int status = statusAtEnd(EXIT_SUCCESS);
                 ::raise(SIGTERM); // too late to be heard
+                ::usleep(1000);
                 ::_exit(status);
             }
             int status = 0;

@@ -3,16 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <thread>
+
+using test::openFiles;
 
 namespace
 {
-
-std::ptrdiff_t openFiles()
-{
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-}
 
 TEST(OldContentTest, EverythingReplacedIsFreedInTheEnd)
 {

@@ -18,7 +18,7 @@ constexpr uid_t NOBODY = 65534;
 /// The number of the error, 0 when there was none.
 int replace(const std::string& path, const std::vector<QByteArray>& pieces)
 {
-    return replaceFile(QString::fromStdString(path), pieces).value();
+    return replaceFile(QString::fromStdString(path), pieces, false).value();
 }
 
 struct stat statusOf(const std::string& path)
@@ -36,10 +36,10 @@ auto entriesOf(const std::string& folder)
 
 /// A file in a folder of its own; root gives both away to `owner`.
 std::string makeFile(const test::TempDir& dir, mode_t folderMode, mode_t fileMode, uid_t owner,
-                     const std::string& name = "c.pos")
+                     const std::string& name = "c.pos", const std::string& text = "old")
 {
     ::chmod(dir.path().c_str(), 0755);
-    std::string path = dir.write("folder/" + name, "old");
+    std::string path = dir.write("folder/" + name, text);
     for (const std::string& given : {path, dir.path("folder")}) {
         EXPECT_EQ(::geteuid() == 0 ? ::chown(given.c_str(), owner, owner) : 0, 0);
     }
@@ -55,7 +55,7 @@ TEST(ReplaceFile, WritesEveryPieceAndKeepsLinksModeAndOwner)
     const test::TempDir dir;
     // No name can be longer, and the name of the new file ends in the middle of a character.
     const std::string name = "a" + QStringLiteral("é").repeated(127).toStdString();
-    const std::string path = makeFile(dir, 0755, 0664, NOBODY, name);
+    const std::string path = makeFile(dir, 0755, 06674, NOBODY, name);
     std::filesystem::create_symlink("folder/" + name, dir.path("first"));
     std::filesystem::create_symlink("first", dir.path("é"));
     const struct stat before = statusOf(path);
@@ -65,6 +65,7 @@ TEST(ReplaceFile, WritesEveryPieceAndKeepsLinksModeAndOwner)
         pieces.push_back(QByteArray::number(index) + QByteArray(index % 7 * 100, 'x'));
         expected += pieces.back().toStdString();
     }
+    const std::ptrdiff_t open = test::openFiles();
     EXPECT_EQ(replace(dir.path("é"), pieces), 0);
     EXPECT_EQ(test::contentOf(path), expected);
     const struct stat after = statusOf(path);
@@ -72,6 +73,7 @@ TEST(ReplaceFile, WritesEveryPieceAndKeepsLinksModeAndOwner)
     EXPECT_EQ(after.st_mode, before.st_mode);
     EXPECT_EQ(after.st_uid, before.st_uid);
     EXPECT_EQ(after.st_gid, before.st_gid);
+    EXPECT_EQ(test::openFiles(), open);
 }
 
 TEST(ReplaceFile, RefusesWhatIsNoRegularFileAndCreatesNothing)
@@ -105,12 +107,16 @@ TEST(ReplaceFile, WhatTheFolderForbidsIsWrittenInPlaceAndAFailureKeepsTheOldCont
         {"no room in place", 0555, 0666, NOBODY, 1000, EFBIG},
     };
     ::signal(SIGXFSZ, SIG_IGN);
+    const std::ptrdiff_t open = test::openFiles();
     for (const auto& row : rows) {
         if (row.owner != NOBODY && ::geteuid() != 0) {
             continue; // all files are ours
         }
         const test::TempDir dir;
-        const std::string path = makeFile(dir, row.folderMode, row.fileMode, row.owner);
+        // A longer content leaves room to write over it, which nobody may make use of.
+        const std::string old(row.folderMode == 0777 ? 2000 : 3, 'o');
+        const std::string path =
+            makeFile(dir, row.folderMode, row.fileMode, row.owner, "c.pos", old);
         const struct stat before = statusOf(path);
         rlimit unlimited{};
         ::getrlimit(RLIMIT_FSIZE, &unlimited);
@@ -124,9 +130,10 @@ TEST(ReplaceFile, WhatTheFolderForbidsIsWrittenInPlaceAndAFailureKeepsTheOldCont
         }
         EXPECT_TRUE(!dropped || ::seteuid(0) == 0);
         ::setrlimit(RLIMIT_FSIZE, &unlimited);
-        EXPECT_EQ(test::contentOf(path), row.error != 0 ? "old" : "new") << row.label;
+        EXPECT_EQ(test::contentOf(path), row.error != 0 ? old : "new") << row.label;
         EXPECT_EQ(statusOf(path).st_ino, before.st_ino) << row.label;
         EXPECT_EQ(entriesOf(dir.path("folder")), 1) << row.label;
         ::chmod(dir.path("folder").c_str(), 0755);
+        EXPECT_EQ(test::openFiles(), open) << row.label;
     }
 }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <iostream>
 
 #include <sys/stat.h>
@@ -88,12 +89,17 @@ TEST(XmlFile, AMalformedOrHostileFileLeavesNothingOfItself)
         EXPECT_EQ(log.text(), row.expands ? line : "") << row.label;
     }
     EXPECT_EQ(read(test::pipeHolding(undeclared), readXmlFileOrStream), "r1");
-    for (const std::string& path : {dir.path("missing"), dir.path(), std::string("/dev/zero")}) {
+    const std::string large = dir.write("large", "<r/>");
+    std::filesystem::resize_file(large, MAX_XML_FILE_SIZE + 1);
+    const std::ptrdiff_t open = test::openFiles();
+    for (const std::string& path :
+         {dir.path("missing"), dir.path(), large, std::string("/dev/zero")}) {
         EXPECT_EQ(read(path, readXmlFileOrStream), "unreadable") << path;
         EXPECT_EQ(read(path, readXmlFile), "unreadable") << path;
     }
     ASSERT_EQ(::mkfifo(dir.path("fifo").c_str(), 0600), 0);
     EXPECT_EQ(read(dir.path("fifo"), readXmlFile), "unreadable") << "or it blocks";
+    EXPECT_EQ(test::openFiles(), open);
 }
 
 } // namespace

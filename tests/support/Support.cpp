@@ -70,11 +70,18 @@ bool exists(const std::string& path)
     return std::filesystem::exists(std::filesystem::symlink_status(path));
 }
 
+std::ptrdiff_t openFiles()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
 bool hasEnded(int pid, bool waits)
 {
     bool ended = false;
     for (int tries = waits ? 1000 : 1; tries > 0 && !ended; --tries) {
-        ended = contentOf("/proc/" + std::to_string(pid) + "/cmdline").empty();
+        // Its command line would be empty for a moment while it starts a program, too.
+        const std::string stat = contentOf("/proc/" + std::to_string(pid) + "/stat");
+        ended = stat.empty() || stat.find(") Z ") != std::string::npos;
         ::usleep(ended ? 0 : 10000);
     }
     return ended;
@@ -136,6 +143,9 @@ std::string statusesOf(const std::string& posPath)
         for (const QDomElement& goal : childrenOf(obligation, QStringLiteral("Simple_Goal"))) {
             text += (text.empty() ? "" : " ") + status(goal);
             for (const QDomElement& mechanism : childrenOf(goal, QStringLiteral("Mechanism"))) {
+                if (mechanism.attribute(QStringLiteral("name")) != QStringLiteral("mech")) {
+                    continue;
+                }
                 text += "/" + status(mechanism);
                 for (const QDomElement& driver : childrenOf(mechanism)) {
                     text += (driver.previousSibling().isNull() ? "/" : ",") + status(driver);
@@ -149,8 +159,9 @@ std::string statusesOf(const std::string& posPath)
 Driver driverSaying(const TempDir& dir, const std::string& name, const std::string& verdicts,
                     const std::string& attributes)
 {
-    const std::string writer = "while [ \"$1\" != -o ]; do shift; done; echo x > \"$2\"";
-    const std::string reader = "read line && printf '%s\\n' " + verdicts;
+    const std::string writer = "while [ \"$1\" != -o ]; do shift; done; "
+                               "cat > \"$2\"; echo x >> \"$2\"; echo noise; echo noise >&2";
+    const std::string reader = "echo noise >&2; read line && printf '%s\\n' " + verdicts;
     return {name,
             attributes,
             {dir.script("writer", writer)},

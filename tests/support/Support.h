@@ -68,6 +68,9 @@ std::string pipeHolding(const std::string& text);
 /// True when something exists at `path`.
 bool exists(const std::string& path);
 
+/// How many descriptors of this process are open (and one more, for the look).
+std::ptrdiff_t openFiles();
+
 /// Whether a process is gone or a zombie; with `waits` it gets some seconds for that.
 bool hasEnded(int pid, bool waits = false);
 
@@ -83,7 +86,7 @@ std::vector<QDomElement> childrenOf(const QDomElement& parent, const QString& ta
 /// next of the obligations PO_0, PO_1 and so on.
 std::string posText(const std::string& goals);
 
-/// The statuses in a status file, in the words of posText.
+/// The statuses in a status file, in the words of posText, whatever other mechanisms it records.
 std::string statusesOf(const std::string& posPath);
 
 /// A tool of a mechanism file: its path, and what else the element has and holds.
@@ -103,7 +106,7 @@ struct Driver {
 };
 
 /// A driver with tools that work, made in `dir`: its reader prints `verdicts`, one word a goal,
-/// when the prover prints the file on its standard input.
+/// when the prover prints the file on its standard input. Writer and reader print noise as well.
 Driver driverSaying(const TempDir& dir, const std::string& name, const std::string& verdicts,
                     const std::string& attributes = "");
 
