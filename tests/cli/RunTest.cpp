@@ -39,13 +39,13 @@ struct Outcome {
 class Run : public testing::Test
 {
 protected:
-    /// Starts the program, with the three standard streams only, on words for the shell; its output
-    /// goes to the files "out" and "err" of the test's directory. `before` are words of a program
-    /// that starts it.
+    /// Starts the program, with the three standard streams only, on words for the shell. Its input
+    /// is text that no tool may see; its output goes to the files "out" and "err" of the test's
+    /// directory. `before` are words of a program that starts it.
     pid_t start(const std::string& words, const std::string& before = "")
     {
         const std::string command = "cd " + dir.path() +
-                                    " && exec >out 2>err && PATH=" + MECHRUN_FOLDER +
+                                    " && exec </etc/passwd >out 2>err && PATH=" + MECHRUN_FOLDER +
                                     ":$PATH LC_ALL=C exec " + before + "mechrun " + words;
         const pid_t child = ::fork();
         if (child == 0) {
@@ -93,7 +93,8 @@ TEST_F(Run, ABadCommandLineGivesTheHelpTextAndNothingElse)
          {"", "--help", "--nonsense", "-s", "-d . -s c.pos -p c.pog",
           "-d . -s c.pos -p c.pog -m m.xml -M .", "--directory= -s c.pos -p c.pog -M .",
           "-d . -s c.pos -M .", "-d . -p c.pog -M .", "-d . -s c.pos -p c.pog -M . -c 0",
-          "-d . -s c.pos -p c.pog -M . --concurrency 2",
+          "-d . -s c.pos -p c.pog -M . --concurrency 2", "-d . -s c.pos -p c.pog -M . --trace 1",
+          "-d . -s c.pos -p c.pog --mechanism m.xml",
           "-d . -s c.pos -p c.pog --mechanism-directory ."}) {
         const Outcome outcome = run(row);
         EXPECT_EQ(outcome.status, 1) << row;
@@ -111,15 +112,15 @@ TEST_F(Run, OneThatHasNothingToPlaySaysWhyAndPrintsTheTotals)
                                "\t Disproved 0\t Unproved 0";
     const std::string end = "End of proof\n\nTOTAL for c" + totals + "\n";
     // Later values count, and long forms; the trace echoes the words as typed.
-    const std::string all = "word -s other --pos x.y/comp.pos é --pog=c --directory . "
-                            "--mechanism-directory=. --concurrency=2 --trace=-2";
+    const std::string all = "word -s other --pos x.y/comp.pos é --pog c --directory . "
+                            "--mechanism-directory=. --concurrency=08 --trace=-2";
     const std::string rows[][3] = {
         {all, "End of proof\n\nTOTAL for comp" + totals + "\n",
          "[mechrun]\ncommand = \"mechrun " + all + " \"\n"},
         // The status file is not there.
         {"-s c.pos -p c -d . -M .",
          "ErrorFile not readable c.pos\nErrorFile not readable c.pos\n" + end, ""},
-        {"-s c.pos -p c -d . -M . -x",
+        {"-s c.pos -p c -d . -M . --xml",
          "<proof>\n<error>File not readable c.pos</error>\n<error>File not readable c.pos</error>\n"
          "\n<proofResult>\n\n<total>TOTAL for c" +
              totals + "</total>\n</proofResult>\n</proof>\n",
@@ -147,12 +148,13 @@ TEST_F(Run, ReportsMarksAndTotalsInBothFormsAndTracesItsSteps)
     const std::string rest = "| Unproved/Unknown/Unproved Proved/Unproved/Proved";
     const std::string totals = "TOTAL for comp\t Proved 2\t Proved externally 1"
                                "\t Unreliably proved 0\t Disproved 1\t Unproved 1";
-    component({driver}, open + open + rest);
-    const Outcome plain = run(FILES + "-m mechs/mech.xml -t 1");
+    const std::vector<test::Driver> drivers = {driver, test::driverSaying(dir, "D2", "")};
+    component(drivers, open + open + rest);
+    const Outcome plain = run(FILES + "-m mechs/mech.xml -t 1 -c 3");
     EXPECT_EQ(plain.status, 0);
     EXPECT_EQ(plain.out,
               "Proving comp with external mechanism mech\n\tProof driver D1, still 3 unproved PO\n"
-              "\t\tPO_0\n\t\t\t+!\n\nEnd of proof\n\n" +
+              "\t\tPO_0\n\t\t\t+!\n\n\tProof driver D2, still 1 unproved PO\nEnd of proof\n\n" +
                   totals + "\n");
     EXPECT_EQ(statuses(), "Proved/Proved/Proved Disproved/Disproved/Disproved " + rest);
     EXPECT_FALSE(test::exists(dir.path("tmp/comp_mech_D1_0.po2")));
@@ -160,28 +162,34 @@ TEST_F(Run, ReportsMarksAndTotalsInBothFormsAndTracesItsSteps)
     QString story = QString::fromStdString(plain.err);
     story.replace(QString::fromStdString(dir.path()), QStringLiteral("DIR"));
     story.replace(QStringLiteral("-- ProofDirector -- "), QStringLiteral("> "));
+    story.replace(QRegularExpression(QStringLiteral("Thread \\d+")), QStringLiteral("N"));
     EXPECT_EQ(story.toStdString(),
               "[mechrun]\ncommand = \"mechrun -s comp.pos -p comp.pog -d tmp -m mechs/mech.xml -t "
-              "1 \"\n> Created a ProofDirector for comp from mechs/mech.xml\n"
-              "xml: 0 concurrency: 1 loaded: 1 trace: 1\n"
+              "1 -c 3 \"\n> Created a ProofDirector for comp from mechs/mech.xml\n"
+              "xml: 0 concurrency: 3 loaded: 1 trace: 1\n"
               "> Start loading POS file.\n> Loading POS file completed.\n"
               "> Playing 0-th driver (D1)\n> Playing 0-th driver (D1)\n"
               "> Driver has proof obligations to process.\n> Driver producing writer data\n"
-              "> Driver producing prover data\n> Issuing writing command DIR/writer -a 0 0 -a 0 1 "
+              "> Driver producing prover data\n-- Proof Director -- N writes entry 0.\n"
+              "> Issuing writing command DIR/writer -a 0 0 -a 0 1 "
               "-i comp.pog -o tmp/comp_mech_D1_0.po2\n"
               "> to generate tmp/comp_mech_D1_0.po2\n"
+              "-- Proof Director -- N proves entry (/bin/cat, tmp/comp_mech_D1_0.po2).\n"
               "> Issuing proving command /bin/cat \n and reading command DIR/reader-D1 \n"
               "> processing command output Proved\nDisproved\n"
               "> updating proof status of proof obligation 0,0 to Proved for driver D1\n"
               "> updating proof status of proof obligation 0,1 to Disproved for driver D1\n"
               "> Saving new DOM in POS file comp.pos\n"
+              "> Playing 1-th driver (D2)\n> Playing 1-th driver (D2)\n"
+              "> Driver cannot improve proof status.\n"
               "> Destroyed ProofDirector for component comp\n");
 
-    component({driver}, open + open + rest);
-    EXPECT_EQ(run(FILES + "-M mechs -x -c 3").out,
+    component(drivers, open + open + rest);
+    EXPECT_EQ(run(FILES + "-M mechs -x").out,
               "<proof>\n<proving>Proving comp with external mechanism mech</proving>\n"
               "<proofPass>\tProof driver D1, still 3 unproved PO</proofPass>\n\t\t<operation><name>"
-              "PO_0</name>\n\t\t\t<p/><d/>\n</operation>\n\n<proofResult>\n\n<total>" +
+              "PO_0</name>\n\t\t\t<p/><d/>\n</operation>\n<proofPass>\tProof driver D2, still 1 "
+              "unproved PO</proofPass>\n\n<proofResult>\n\n<total>" +
                   totals + "</total>\n</proofResult>\n</proof>\n");
     EXPECT_EQ(test::contentOf(dir.path("comp.pos")), saved) << "the same bytes every time";
 }
@@ -209,8 +217,8 @@ TEST_F(Run, TextsAreUtf8WhateverTheLocaleAndTheEncodingOfTheFile)
     component({{"Dé %1",
                 "ext='π'",
                 {dir.script("my tools/wrïter", "while [ \"$1\" != -o ]; do shift; done\n"
-                                               "echo Proved > \"$2\"")},
-                {dir.script("my tools/prover", "printf %s \"$1\" > told; cat - \"$1\""),
+                                               "cat > \"$2\"; echo Proved >> \"$2\"")},
+                {dir.script("my tools/prover", "printf %s \"$1\" > told; cat - \"$1\"; echo >&2 x"),
                  "input='file'", "<param value='${file}'/>"}}},
               "");
     dir.write("cömp.pos", "<?xml version='1.0' encoding='ISO-8859-1'?><r><Proof_Obligation><Tag>"
@@ -224,16 +232,18 @@ TEST_F(Run, TextsAreUtf8WhateverTheLocaleAndTheEncodingOfTheFile)
     EXPECT_EQ(test::contentOf(dir.path("told")), "tmp/cömp_mech_Dé %1_0_0.π");
     EXPECT_EQ(test::statusesOf(dir.path("cömp.pos")), "Proved/Proved/Proved");
     EXPECT_NE(test::contentOf(dir.path("cömp.pos")).find("Prédicat"), std::string::npos);
+    EXPECT_EQ(outcome.err, "");
 }
 
 TEST_F(Run, ResourcesAndBareNamesLocateTools)
 {
     dir.script("writer", "while [ \"$1\" != -o ]; do shift; done; : > \"$2\"");
     dir.script("cat", "echo Disproved"); // this one, never that of PATH
+    dir.write("first", "ORN*Proof*Reader: /bin/false\n");
     dir.write("rc", "ORN*Proof*Reader: /bin//cat\n");
     component({{"D1", "", {"writer"}, {"cat"}, {"/nowhere", "resource='Any*Reader'"}}},
               "Unproved/Unproved/Proved");
-    EXPECT_EQ(run(FILES + "-r rc -m mechs/mech.xml").err, "");
+    EXPECT_EQ(run(FILES + "-r first --resources rc -m mechs/mech.xml").err, "");
     EXPECT_EQ(statuses(), "Disproved/Disproved/Disproved");
 }
 
@@ -242,7 +252,9 @@ TEST_F(Run, ChildrenGetDefaultSignalsAndNoForeignFiles)
     // No shell in between, which would have its own ideas about signals.
     test::Driver driver = test::driverSaying(dir, "D1", "Proved");
     driver.prover = {"/bin/cat", "", "<param value='/proc/self/status'/>"};
-    driver.reader.path = dir.script("reader", "cat > child; ls /proc/self/fd > files; echo Proved");
+    driver.reader.path =
+        dir.script("reader", "cat > child; ls /proc/self/fd /proc/$(cut -d ' ' -f 5 "
+                             "/proc/self/stat)/fd > files; echo Proved");
     component({driver}, "Unproved/Unproved/Proved");
     // Ignored, SIGCHLD would hide from the program how its tools ended. SIGHUP is nohup's.
     const Outcome outcome = run(FILES + "-m mechs/mech.xml",
@@ -255,9 +267,9 @@ TEST_F(Run, ChildrenGetDefaultSignalsAndNoForeignFiles)
     const QRegularExpression untouched(
         QStringLiteral("SigBlk:\t0{16}\nSigIgn:\t.{12}[028a].{2}[13579bdf]"));
     EXPECT_TRUE(untouched.match(QString::fromStdString(child)).hasMatch()) << child;
-    // Its three streams, and what ls opened for itself.
+    // Its three streams and what ls opened for itself; the pipe of the guard; two headings.
     const std::string files = test::contentOf(dir.path("files"));
-    EXPECT_EQ(std::count(files.begin(), files.end(), '\n'), 4) << files;
+    EXPECT_EQ(std::count(files.begin(), files.end(), '\n'), 8) << files;
 }
 
 TEST_F(Run, WhateverEndsTheProgramLeavesNoProcessAndNoVerdictIsLost)
@@ -276,11 +288,15 @@ TEST_F(Run, WhateverEndsTheProgramLeavesNoProcessAndNoVerdictIsLost)
     };
     for (const auto& row : rows) {
         test::Driver slow = test::driverSaying(dir, "D2", "Proved");
-        const std::string body = ": > tmp/comp_mech_D2_1_0.po2; sleep 1000 & echo $! $$ > up; wait";
-        test::Tool& tool = row.role == std::string("writer")   ? slow.writer
-                           : row.role == std::string("prover") ? slow.prover
-                                                               : slow.reader;
-        tool.path = dir.script("slow", body);
+        const std::string role = row.role;
+        test::Tool& tool = role == "writer"   ? slow.writer
+                           : role == "prover" ? slow.prover
+                                              : slow.reader;
+        // The guard takes no notice of a signal to its group, but the partner of a reader would.
+        tool.path = dir.script("slow", "trap '' TERM; " +
+                                           std::string(role == "reader" ? "" : "kill -TERM 0; ") +
+                                           ": > tmp/comp_mech_D2_1_0.po2; sleep 1000 & "
+                                           "echo $! $$ > up; wait");
         component({test::driverSaying(dir, "D1", "Proved"), slow},
                   "Unproved/Unproved/Proved,Unproved | Unproved/Unproved/Unproved,Proved");
         ::unlink(dir.path("up").c_str());
@@ -359,6 +375,7 @@ TEST_F(Run, AStreamThatNobodyReadsEndsNothingAndKeepsNoStopFromSaving)
         {"the trace is full", "err", "obligation 0,0 ", "-t 1", true},
 #endif
     };
+    const auto begin = std::chrono::steady_clock::now();
     constexpr int GOALS = 5000; // their marks fill more than a pipe of one page
     const std::string proved = "Proved/Proved/Proved";
     for (const auto& row : rows) {
@@ -388,6 +405,7 @@ TEST_F(Run, AStreamThatNobodyReadsEndsNothingAndKeepsNoStopFromSaving)
         EXPECT_EQ(statuses(), after) << row.label;
         row.stopped ? ::close(reader) : 0;
     }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30)) << "a stop hung";
 }
 
 } // namespace
