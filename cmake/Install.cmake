@@ -35,7 +35,7 @@ install(FILES docs/mechrun.bash-completion RENAME mechrun
 # Laid out as in the source tree, so that the links between the documents hold.
 install(FILES README.md CONTRIBUTING.md CHANGELOG.md LICENSE
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
-install(FILES docs/formats.md docs/performance.md docs/reliability.md docs/run.md
+install(FILES docs/formats.md docs/manual.md docs/performance.md docs/reliability.md docs/run.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
   PATTERN tools EXCLUDE)
