@@ -128,7 +128,8 @@ protected:
         }
         document.unlock();
         stopping.join();
-        made->mergeResults(made->proverData.at(0), {"Unknown"}); // of a job that has just ended
+        ResultLines late("Unknown"); // of a job that has just ended
+        made->mergeResults(made->proverData.at(0), late, {});
     }
 
     void update(std::size_t driver, const std::string& word)
