@@ -13,12 +13,8 @@ namespace
 
 void load(const char* name, T_resource_source source)
 {
-    if (name == nullptr) {
-        return;
-    }
-    T_resource_line* const first = resource_manager->set_file(name, source)->load();
-    if (first != nullptr) {
-        syntax_analysis(first);
+    if (name != nullptr) {
+        syntax_analysis(resource_manager->set_file(name, source)->load());
     }
 }
 

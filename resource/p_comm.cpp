@@ -2,11 +2,10 @@
 
 #include "resource/p_file.h"
 #include "resource/p_line.h"
-#include "resource/p_resour.h"
 
 T_resource_comment::T_resource_comment(T_resource_item** first, T_resource_item** last,
                                        T_resource_line* holder)
-    : T_resource_item(first, last, nullptr, RESOURCE_TYPE_COMMENT), line(holder)
+    : T_resource_list_item(first, last, nullptr, RESOURCE_TYPE_COMMENT), line(holder)
 {
     holder->set_item(this);
 }
@@ -21,19 +20,14 @@ T_resource_comment::~T_resource_comment()
     }
 }
 
-void T_resource_comment::set_ident(T_resource_ident* ident)
+void release_comments(T_resource_list<T_resource_comment>& comments)
 {
-    set_owner(ident);
-}
-
-void release_comments(T_resource_item** first, T_resource_item** last)
-{
-    while (*first != nullptr) {
-        auto* const comment = static_cast<T_resource_comment*>(*first);
-        unlink_item(comment, first, last);
-        comment->set_ident(nullptr);
+    while (T_resource_comment* const comment = comments.first()) {
         if (comment->get_line() == nullptr) {
-            delete comment;
+            comments.destroy(comment);
+        } else {
+            comments.release(comment);
+            comment->set_owner(nullptr);
         }
     }
 }

@@ -4,11 +4,10 @@
 
 #include "resource/p_item.h"
 
-class T_resource_ident;
 class T_resource_line;
 
 /// Owned by the identifier that it documents; by its line while there is none.
-class T_resource_comment : public T_resource_item
+class T_resource_comment : public T_resource_list_item<T_resource_comment>
 {
 public:
     /// Appends the comment to a pending list and makes it the item of `holder`.
@@ -26,11 +25,11 @@ public:
     {
         line = nullptr;
     }
-    void set_ident(T_resource_ident* ident);
+    using T_resource_item::set_owner;
 
 private:
     T_resource_line* line;
 };
 
 /// Empties a list of comments and leaves each to its line; one without a line is destroyed.
-void release_comments(T_resource_item** first, T_resource_item** last);
+void release_comments(T_resource_list<T_resource_comment>& comments);

@@ -53,29 +53,16 @@ T_resource_file::T_resource_file(T_resource_manager* manager, const char* path,
 {
 }
 
-T_resource_file::~T_resource_file()
-{
-    delete_list(&first, &last);
-}
-
 T_resource_manager* T_resource_file::get_manager() const
 {
     return static_cast<T_resource_manager*>(get_owner());
 }
 
-void T_resource_file::set_name(const char* path)
-{
-    name.init_string(path);
-}
-
 T_resource_line* T_resource_file::get_line(std::uint32_t n) const
 {
-    if (last == nullptr || last_line()->get_number() < n) {
-        return nullptr;
-    }
     T_resource_line* line = first_line();
-    while (line->get_number() < n) {
-        line = line->next_line();
+    while (line != nullptr && line->get_number() < n) {
+        line = line->get_next();
     }
     return line;
 }
@@ -96,9 +83,8 @@ void T_resource_file::put_line(T_resource_line* line, const char* text)
 
 T_resource_line* T_resource_file::append_line(const char* text)
 {
-    const std::uint32_t number = last ? last_line()->get_number() + 1 : 1;
-    new T_resource_line(this, number, text);
-    return last_line();
+    const std::uint32_t number = last_line() ? last_line()->get_number() + 1 : 1;
+    return lines.append(this, number, text);
 }
 
 void T_resource_file::delete_line(std::uint32_t n)
@@ -111,7 +97,7 @@ void T_resource_file::delete_line(std::uint32_t n)
 
 void T_resource_file::delete_line(T_resource_line* line)
 {
-    delete_item(line, &first, &last);
+    lines.destroy(line);
 }
 
 T_resource_line* T_resource_file::load()
@@ -139,7 +125,7 @@ T_resource_line* T_resource_file::load()
 
 void T_resource_file::forget_items()
 {
-    for (T_resource_line* line = first_line(); line != nullptr; line = line->next_line()) {
+    for (T_resource_line* line = first_line(); line != nullptr; line = line->get_next()) {
         line->detach_comment();
         T_resource_ident* const ident = line->get_ident();
         line->set_item(nullptr);
@@ -173,7 +159,7 @@ void T_resource_file::read_lines(FILE* stream, std::size_t size)
         buffer[length] = get_RESOURCE_MARK_ENDLINE();
         // As get_line finds it, but on from the last one; null for good once the end is reached.
         while (line != nullptr && line->get_number() < number) {
-            line = line->next_line();
+            line = line->get_next();
         }
         put_line(line, buffer.get());
         ++number;
@@ -218,7 +204,7 @@ void T_resource_file::move_to_backup() const
 
 bool T_resource_file::write_lines(FILE* stream) const
 {
-    for (const T_resource_line* line = first_line(); line != nullptr; line = line->next_line()) {
+    for (const T_resource_line* line = first_line(); line != nullptr; line = line->get_next()) {
         const int count = std::fprintf(stream, "%s\n", line->get_value().get_text());
         if (count < 0 || static_cast<std::uint64_t>(count) != line->get_value().get_length() + 1) {
             report("Can not write in file:", get_name());

@@ -27,21 +27,23 @@ enum T_resource_source {
     RESOURCE_SOURCE_EXPLICIT = 2, ///< a file named explicitly
 };
 
-/// Owned by the manager, in the slot of its source; in no list. Owns its lines.
+/// Owned by the manager, in the slot of its source; in no list. Owns its lines; they
+/// take the resources that they define along.
 class T_resource_file : public T_resource_item
 {
 public:
     /// An empty file; nothing is read.
     T_resource_file(T_resource_manager* manager, const char* path, T_resource_source origin);
-    /// Takes its lines along, and with them every resource that they define.
-    ~T_resource_file() override;
 
     T_resource_manager* get_manager() const;
     const char* get_name() const
     {
         return name.get_text();
     }
-    void set_name(const char* path);
+    void set_name(const char* path)
+    {
+        name.init_string(path);
+    }
     T_resource_source get_source() const
     {
         return source;
@@ -49,11 +51,11 @@ public:
 
     T_resource_line* first_line() const
     {
-        return static_cast<T_resource_line*>(first);
+        return lines.first();
     }
     T_resource_line* last_line() const
     {
-        return static_cast<T_resource_line*>(last);
+        return lines.last();
     }
     /// The first line numbered at least `n`, or null.
     T_resource_line* get_line(std::uint32_t n) const;
@@ -77,9 +79,6 @@ public:
     void save() const;
 
 private:
-    // A line enters the list itself.
-    friend class T_resource_line;
-
     void forget_items();
     void read_lines(FILE* stream, std::size_t size);
     void put_line(T_resource_line* line, const char* text);
@@ -88,8 +87,8 @@ private:
 
     T_resource_string name;
     T_resource_source source;
-    T_resource_item* first = nullptr;
-    T_resource_item* last = nullptr;
+    // Below the rest, so that it goes first: a line that goes deletes others from its file.
+    T_resource_list<T_resource_line> lines;
 };
 
 /// As fopen; a failure is reported.

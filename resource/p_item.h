@@ -29,6 +29,7 @@
 #include <cstdint>
 #include <map>
 #include <string_view>
+#include <utility>
 
 /// Codes of the concrete classes; a tool bears that of a plain item, and 5 is not used.
 enum T_resource_type : std::int32_t {
@@ -72,9 +73,6 @@ public:
     /// Takes an item out of its list and destroys it. While it is being destroyed the item still
     /// knows the neighbours that it had.
     friend void delete_item(T_resource_item* item, T_resource_item** first, T_resource_item** last);
-    /// Destroys the items of a list from the front, until none is left: an item may take others of
-    /// the same list along.
-    friend void delete_list(T_resource_item** first, T_resource_item** last);
 
 protected:
     void set_owner(T_resource_item* new_owner)
@@ -91,39 +89,113 @@ private:
     T_resource_item* next = nullptr;
 };
 
-void unlink_item(T_resource_item* item, T_resource_item** first, T_resource_item** last);
-void delete_item(T_resource_item* item, T_resource_item** first, T_resource_item** last);
+/// Destroys the items of a list from the front, until none is left: an item may take others of the
+/// same list along.
 void delete_list(T_resource_item** first, T_resource_item** last);
 
-/// Finds the first item of a name in a list without walking it. The list remains the truth: an
-/// item enters when it is appended and leaves when it is destroyed, and its name never changes.
+/// The base of a class T of items that stand in lists of T alone: neighbours are of that class.
 template <typename T>
-class T_resource_index
+class T_resource_list_item : public T_resource_item
 {
 public:
-    void enter(T* item)
+    using T_resource_item::T_resource_item;
+
+    T* get_previous() const
     {
-        // Equal names stay in the order in which they came: the order of the list.
-        items.emplace(item->get_name(), item);
+        return static_cast<T*>(T_resource_item::get_previous());
+    }
+    T* get_next() const
+    {
+        return static_cast<T*>(T_resource_item::get_next());
+    }
+};
+
+/// The head of a list of T. Owns the items: those still in it are destroyed with it.
+template <typename T>
+class T_resource_list
+{
+public:
+    T_resource_list() = default;
+    ~T_resource_list()
+    {
+        clear();
+    }
+    T_resource_list(const T_resource_list&) = delete;
+    T_resource_list& operator=(const T_resource_list&) = delete;
+
+    T* first() const
+    {
+        return static_cast<T*>(head);
+    }
+    T* last() const
+    {
+        return static_cast<T*>(tail);
     }
 
-    void leave(T* item)
+    /// Makes an item at the end; T's constructor takes the two list pointers and the arguments.
+    template <typename... Arguments>
+    T* append(Arguments... arguments)
     {
-        for (auto at = items.lower_bound(item->get_name()); at != items.end(); ++at) {
-            if (at->second == item) {
-                items.erase(at);
-                return;
-            }
-        }
+        return new T(&head, &tail, arguments...);
     }
-
-    /// The first item of that name, or null.
-    T* first(const char* name) const
+    void destroy(T* item)
     {
-        const auto at = items.lower_bound(name);
-        return at != items.end() && at->first == name ? at->second : nullptr;
+        delete_item(item, &head, &tail);
+    }
+    void clear()
+    {
+        delete_list(&head, &tail);
+    }
+    /// Takes an item out; the caller owns it then.
+    void release(T* item)
+    {
+        unlink_item(item, &head, &tail);
+    }
+    /// Exchanges the items; each keeps its owner.
+    void swap(T_resource_list& other)
+    {
+        std::swap(head, other.head);
+        std::swap(tail, other.tail);
     }
 
 private:
-    std::multimap<std::string_view, T*> items;
+    T_resource_item* head = nullptr;
+    T_resource_item* tail = nullptr;
+};
+
+/// A list of T that finds an item by its name without a walk. The name of an item never changes.
+/// Nobody may look for an item while the list itself is destroyed.
+template <typename T>
+class T_resource_named_list
+{
+public:
+    T* first() const
+    {
+        return items.first();
+    }
+    /// The first item of that name, or null.
+    T* find(const char* name) const
+    {
+        const auto at = index.lower_bound(name);
+        return at != index.end() && at->first == name ? at->second : nullptr;
+    }
+
+    template <typename... Arguments>
+    T* append(Arguments... arguments)
+    {
+        T* const item = items.append(arguments...);
+        // Equal names stay in the order in which they came: the order of the list.
+        index.emplace(item->get_name(), item);
+        return item;
+    }
+    /// Destroys an item, which is the first of its name.
+    void destroy(T* item)
+    {
+        index.erase(index.lower_bound(item->get_name()));
+        items.destroy(item);
+    }
+
+private:
+    std::multimap<std::string_view, T*> index;
+    T_resource_list<T> items;
 };

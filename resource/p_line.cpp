@@ -5,8 +5,9 @@
 #include "resource/p_resour.h"
 #include "resource/p_tool.h"
 
-T_resource_line::T_resource_line(T_resource_file* file, std::uint32_t n, const char* text)
-    : T_resource_item(&file->first, &file->last, file, RESOURCE_TYPE_LINE), number(n), value(text)
+T_resource_line::T_resource_line(T_resource_item** first, T_resource_item** last,
+                                 T_resource_file* file, std::uint32_t n, const char* text)
+    : T_resource_list_item(first, last, file, RESOURCE_TYPE_LINE), number(n), value(text)
 {
 }
 
@@ -22,7 +23,7 @@ T_resource_line::~T_resource_line()
     }
     item = nullptr;
     if (ident->get_line() == this) {
-        T_resource_line* const before = previous_line();
+        T_resource_line* const before = get_previous();
         ident->set_line(before && before->get_item() == ident ? before : nullptr);
     }
     ident->get_tool()->delete_ident(ident);
@@ -31,11 +32,6 @@ T_resource_line::~T_resource_line()
 T_resource_file* T_resource_line::get_file() const
 {
     return static_cast<T_resource_file*>(get_owner());
-}
-
-void T_resource_line::set_value(const char* text)
-{
-    value.init_string(text);
 }
 
 T_resource_ident* T_resource_line::get_ident() const

@@ -7,28 +7,19 @@
 
 #include <cstdint>
 
-class T_resource_comment;
 class T_resource_file;
 class T_resource_ident;
 
 /// Owned by its file. Holds the identifier it defines (or helps to define), a comment, or nothing.
-class T_resource_line : public T_resource_item
+class T_resource_line : public T_resource_list_item<T_resource_line>
 {
 public:
-    /// Appends the line to `file`.
-    T_resource_line(T_resource_file* file, std::uint32_t n, const char* text);
+    T_resource_line(T_resource_item** first, T_resource_item** last, T_resource_file* file,
+                    std::uint32_t n, const char* text);
     /// Takes the identifier along; a comment only if no identifier owns it.
     ~T_resource_line() override;
 
     T_resource_file* get_file() const;
-    T_resource_line* previous_line() const
-    {
-        return static_cast<T_resource_line*>(get_previous());
-    }
-    T_resource_line* next_line() const
-    {
-        return static_cast<T_resource_line*>(get_next());
-    }
 
     /// From 1 in the order of the file; deleted lines leave gaps.
     std::uint32_t get_number() const
@@ -40,7 +31,10 @@ public:
         return value;
     }
     /// Replaces the text with a copy; the item stays.
-    void set_value(const char* text);
+    void set_value(const char* text)
+    {
+        value.init_string(text);
+    }
 
     T_resource_item* get_item() const
     {

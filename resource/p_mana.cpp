@@ -26,12 +26,12 @@ T_resource_manager::~T_resource_manager()
 
 T_resource_tool* T_resource_manager::get_tool(const char* name) const
 {
-    return name ? index.first(name) : first_tool();
+    return name ? tools.find(name) : first_tool();
 }
 
 T_resource_tool* T_resource_manager::set_tool(const char* name)
 {
-    return name ? new T_resource_tool(this, name) : nullptr;
+    return name ? tools.append(this, name) : nullptr;
 }
 
 T_resource_tool* T_resource_manager::find_or_set_tool(const char* name)
@@ -44,18 +44,20 @@ void T_resource_manager::delete_tool(const char* name)
 {
     T_resource_tool* const tool = get_tool(name);
     if (tool != nullptr) {
-        delete_item(tool, &first, &last);
+        tools.destroy(tool);
     }
 }
 
 void T_resource_manager::delete_all_tools()
 {
-    delete_list(&first, &last);
+    while (first_tool() != nullptr) {
+        delete_tool(nullptr);
+    }
 }
 
 void T_resource_manager::delete_awaiting()
 {
-    for (T_resource_tool* tool = first_tool(); tool != nullptr; tool = tool->next_tool()) {
+    for (T_resource_tool* tool = first_tool(); tool != nullptr; tool = tool->get_next()) {
         tool->delete_awaiting();
     }
 }
@@ -108,7 +110,7 @@ void T_resource_manager::new_line_value(T_resource_ident* ident)
 
 void T_resource_manager::print_resources(FILE* stream) const
 {
-    for (const T_resource_tool* tool = first_tool(); tool; tool = tool->next_tool()) {
+    for (const T_resource_tool* tool = first_tool(); tool; tool = tool->get_next()) {
         tool->print_resources(stream);
     }
 }

@@ -23,7 +23,7 @@ public:
 
     T_resource_tool* first_tool() const
     {
-        return static_cast<T_resource_tool*>(first);
+        return tools.first();
     }
     /// The first tool of that name, or null; a null name gives the first tool of all.
     T_resource_tool* get_tool(const char* name) const;
@@ -61,13 +61,8 @@ public:
     void print_resources(FILE* stream) const;
 
 private:
-    // A tool enters and leaves list and index itself.
-    friend class T_resource_tool;
-
     std::array<std::unique_ptr<T_resource_file>, 3> files;
-    T_resource_item* first = nullptr;
-    T_resource_item* last = nullptr;
-    T_resource_index<T_resource_tool> index;
+    T_resource_named_list<T_resource_tool> tools;
     std::set<T_file_stamp> unfinished;
 };
 

@@ -7,32 +7,25 @@
 #include "resource/p_tool.h"
 
 #include <string>
+#include <utility>
 
-T_resource_ident::T_resource_ident(T_resource_tool* tool, const char* resource, const char* text)
-    : T_resource_item(&tool->first, &tool->last, tool, RESOURCE_TYPE_IDENT), name(resource),
-      value(text)
+T_resource_ident::T_resource_ident(T_resource_item** first, T_resource_item** last,
+                                   T_resource_tool* tool, const char* resource, const char* text)
+    : T_resource_list_item(first, last, tool, RESOURCE_TYPE_IDENT), name(resource), value(text)
 {
-    tool->index.enter(this);
 }
 
 T_resource_ident::~T_resource_ident()
 {
-    // 1. Nobody finds the identifier any more.
-    get_tool()->index.leave(this);
-    // 2. The comments go, and their lines with them.
-    delete_list(&first, &last);
-    // 3. The lines of the definition go, the last first.
+    // 1. The comments go, and their lines with them.
+    comments.clear();
+    // 2. The lines of the definition go, the last first.
     delete_lines();
 }
 
 T_resource_tool* T_resource_ident::get_tool() const
 {
     return static_cast<T_resource_tool*>(get_owner());
-}
-
-void T_resource_ident::set_value(const char* text)
-{
-    value.init_string(text);
 }
 
 void T_resource_ident::await_definition()
@@ -46,27 +39,25 @@ void T_resource_ident::attach(T_resource_line* first_part, T_resource_line* new_
     awaiting = false;
     line = new_line;
     line->set_item(this);
-    for (T_resource_line* part = first_part; part != line; part = part->next_line()) {
+    for (T_resource_line* part = first_part; part != line; part = part->get_next()) {
         part->set_item(this);
     }
 }
 
 void T_resource_ident::delete_lines()
 {
-    T_resource_line* const part = line;
-    line = nullptr;
-    delete_lines_back_from(part);
+    delete_lines_back_from(std::exchange(line, nullptr));
 }
 
 void T_resource_ident::delete_earlier_lines()
 {
-    delete_lines_back_from(line->previous_line());
+    delete_lines_back_from(line->get_previous());
 }
 
 void T_resource_ident::delete_lines_back_from(T_resource_line* part)
 {
     while (part != nullptr && part->get_item() == this) {
-        T_resource_line* const before = part->previous_line();
+        T_resource_line* const before = part->get_previous();
         part->set_item(nullptr);
         part->get_file()->delete_line(part);
         part = before;
@@ -75,19 +66,15 @@ void T_resource_ident::delete_lines_back_from(T_resource_line* part)
 
 T_resource_comment* T_resource_ident::first_comment() const
 {
-    return static_cast<T_resource_comment*>(first);
+    return comments.first();
 }
 
-void T_resource_ident::take_comments(T_resource_item** pending_first,
-                                     T_resource_item** pending_last)
+void T_resource_ident::take_comments(T_resource_list<T_resource_comment>& pending)
 {
-    release_comments(&first, &last);
-    first = *pending_first;
-    last = *pending_last;
-    *pending_first = nullptr;
-    *pending_last = nullptr;
-    for (T_resource_item* comment = first; comment != nullptr; comment = comment->get_next()) {
-        static_cast<T_resource_comment*>(comment)->set_ident(this);
+    release_comments(comments);
+    comments.swap(pending);
+    for (auto* comment = first_comment(); comment; comment = comment->get_next()) {
+        comment->set_owner(this);
     }
 }
 

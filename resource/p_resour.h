@@ -10,19 +10,16 @@ class T_resource_line;
 class T_resource_tool;
 
 /// One resource of a tool, which owns it. Owns the comments in front of its definition.
-class T_resource_ident : public T_resource_item
+class T_resource_ident : public T_resource_list_item<T_resource_ident>
 {
 public:
-    /// Appends the identifier to the resources of `tool`, without a line.
-    T_resource_ident(T_resource_tool* tool, const char* resource, const char* text);
+    /// Without a line.
+    T_resource_ident(T_resource_item** first, T_resource_item** last, T_resource_tool* tool,
+                     const char* resource, const char* text);
     /// Takes its comments and all the lines of its definition along.
     ~T_resource_ident() override;
 
     T_resource_tool* get_tool() const;
-    T_resource_ident* next_ident() const
-    {
-        return static_cast<T_resource_ident*>(get_next());
-    }
     const char* get_name() const
     {
         return name.get_text();
@@ -32,7 +29,10 @@ public:
         return value.get_text();
     }
     /// Replaces the value with a copy of `text`; the lines stay as they are.
-    void set_value(const char* text);
+    void set_value(const char* text)
+    {
+        value.init_string(text);
+    }
 
     /// The last line of the definition; null when there is none.
     T_resource_line* get_line() const
@@ -63,7 +63,7 @@ public:
     T_resource_comment* first_comment() const;
     /// Takes over the comments of a pending list, which is empty afterwards. Those it had are left
     /// to their lines: moving a definition loses no comment of the file it moves away from.
-    void take_comments(T_resource_item** pending_first, T_resource_item** pending_last);
+    void take_comments(T_resource_list<T_resource_comment>& pending);
 
 private:
     void delete_lines_back_from(T_resource_line* part);
@@ -72,8 +72,7 @@ private:
     T_resource_string value;
     T_resource_line* line = nullptr;
     bool awaiting = false;
-    T_resource_item* first = nullptr;
-    T_resource_item* last = nullptr;
+    T_resource_list<T_resource_comment> comments;
 };
 
 /// The resource as a line of a resource file: "ORN*tool*name: value".

@@ -16,10 +16,7 @@ namespace
 {
 
 /// The comments read since the last resource. Local to the analysis of one file.
-struct T_pending {
-    T_resource_item* first = nullptr;
-    T_resource_item* last = nullptr;
-};
+using T_pending = T_resource_list<T_resource_comment>;
 
 /// A stretch of a line's text: from begin up to end, exclusive.
 struct T_span {
@@ -123,11 +120,11 @@ bool read_value(const char* text, T_definition& definition)
         return false;
     }
     while (*begin == get_RESOURCE_MARK_NEXTLINE()) {
-        if (line->next_line() == nullptr) {
+        if (line->get_next() == nullptr) {
             syntax_error(line, "resource value not found");
             return false;
         }
-        line = line->next_line();
+        line = line->get_next();
         begin = skip_blanks(line->get_value().get_text());
     }
     const T_resource_string& last_text = line->get_value();
@@ -161,7 +158,7 @@ void define_resource(T_resource_line* line, const T_definition& definition, T_pe
         tool->set_resource(name.get_text(), value.get_text(), definition.last_line);
     if (ident != nullptr) {
         ident->attach(line, definition.last_line);
-        ident->take_comments(&pending.first, &pending.last);
+        ident->take_comments(pending);
     }
 }
 
@@ -170,7 +167,7 @@ T_resource_line* analyse_line(T_resource_line* line, T_pending& pending)
 {
     const char* const text = skip_blanks(line->get_value().get_text());
     if (*text == get_RESOURCE_MARK_COMMENT()) {
-        new T_resource_comment(&pending.first, &pending.last, line);
+        pending.append(line);
         return line;
     }
     const char* const names = after_prefix(text);
@@ -196,10 +193,10 @@ void syntax_analysis(T_resource_line* line)
     T_resource_manager* const manager = line->get_file()->get_manager();
     T_pending pending;
     while (line != nullptr) {
-        line = analyse_line(line, pending)->next_line();
+        line = analyse_line(line, pending)->get_next();
     }
     // 1. No resource follows: these comments stay with their lines.
-    release_comments(&pending.first, &pending.last);
+    release_comments(pending);
     // 2. The file defines these no more.
     manager->delete_awaiting();
 }

@@ -4,18 +4,10 @@
 #include "resource/p_line.h"
 #include "resource/p_mana.h"
 
-T_resource_tool::T_resource_tool(T_resource_manager* manager, const char* tool)
-    : T_resource_item(&manager->first, &manager->last, manager), name(tool)
+T_resource_tool::T_resource_tool(T_resource_item** first, T_resource_item** last,
+                                 T_resource_manager* manager, const char* tool)
+    : T_resource_list_item(first, last, manager), name(tool)
 {
-    manager->index.enter(this);
-}
-
-T_resource_tool::~T_resource_tool()
-{
-    // 1. Nobody finds the tool any more.
-    get_manager()->index.leave(this);
-    // 2. Its resources go; each clears its lines' links before it deletes them.
-    delete_list(&first, &last);
 }
 
 T_resource_manager* T_resource_tool::get_manager() const
@@ -25,7 +17,7 @@ T_resource_manager* T_resource_tool::get_manager() const
 
 T_resource_ident* T_resource_tool::get_resource(const char* resource) const
 {
-    return resource ? index.first(resource) : nullptr;
+    return resource ? resources.find(resource) : nullptr;
 }
 
 T_resource_ident* T_resource_tool::set_resource(const char* resource, const char* value,
@@ -33,7 +25,7 @@ T_resource_ident* T_resource_tool::set_resource(const char* resource, const char
 {
     T_resource_ident* ident = get_resource(resource);
     if (ident == nullptr) {
-        ident = new T_resource_ident(this, resource, value);
+        ident = resources.append(this, resource, value);
         if (line != nullptr) {
             ident->attach(line, line);
         } else {
@@ -89,14 +81,14 @@ void T_resource_tool::delete_resource(const char* resource)
 
 void T_resource_tool::delete_ident(T_resource_ident* ident)
 {
-    delete_item(ident, &first, &last);
+    resources.destroy(ident);
 }
 
 void T_resource_tool::delete_awaiting()
 {
     T_resource_ident* ident = first_ident();
     while (ident != nullptr) {
-        T_resource_ident* const after = ident->next_ident();
+        T_resource_ident* const after = ident->get_next();
         if (ident->awaits_definition()) {
             delete_ident(ident);
         }
@@ -106,7 +98,7 @@ void T_resource_tool::delete_awaiting()
 
 void T_resource_tool::print_resources(FILE* stream) const
 {
-    for (const T_resource_ident* ident = first_ident(); ident; ident = ident->next_ident()) {
+    for (const T_resource_ident* ident = first_ident(); ident; ident = ident->get_next()) {
         new_value(*ident).print(stream);
         std::fputc('\n', stream);
     }

@@ -11,27 +11,22 @@
 class T_resource_line;
 class T_resource_manager;
 
-/// Owned by the manager. Owns its resources, in the order in which they were first defined.
-class T_resource_tool : public T_resource_item
+/// Owned by the manager. Owns its resources, in the order in which they were first defined,
+/// and takes them along, whichever files hold their lines.
+class T_resource_tool : public T_resource_list_item<T_resource_tool>
 {
 public:
-    /// Appends the tool to the tools of `manager`.
-    T_resource_tool(T_resource_manager* manager, const char* tool);
-    /// Takes its resources along, whatever files their lines lie in.
-    ~T_resource_tool() override;
+    T_resource_tool(T_resource_item** first, T_resource_item** last, T_resource_manager* manager,
+                    const char* tool);
 
     T_resource_manager* get_manager() const;
-    T_resource_tool* next_tool() const
-    {
-        return static_cast<T_resource_tool*>(get_next());
-    }
     const char* get_name() const
     {
         return name.get_text();
     }
     T_resource_ident* first_ident() const
     {
-        return static_cast<T_resource_ident*>(first);
+        return resources.first();
     }
 
     /// The resource of exactly that name; null when there is none or the name is null.
@@ -52,14 +47,9 @@ public:
     void print_resources(FILE* stream) const;
 
 private:
-    // An identifier enters and leaves list and index itself.
-    friend class T_resource_ident;
-
     void move_definition(T_resource_ident* ident, T_resource_line* line) const;
     void write_definition(T_resource_ident* ident) const;
 
     T_resource_string name;
-    T_resource_item* first = nullptr;
-    T_resource_item* last = nullptr;
-    T_resource_index<T_resource_ident> index;
+    T_resource_named_list<T_resource_ident> resources;
 };

@@ -45,9 +45,9 @@ inline std::string faultOf(const T_resource_manager& manager)
         walk(file ? file->first_line() : nullptr, file, RESOURCE_TYPE_LINE);
     }
     walk(manager.first_tool(), &manager, RESOURCE_TYPE_ITEM);
-    for (auto* tool = manager.first_tool(); tool; tool = tool->next_tool()) {
+    for (auto* tool = manager.first_tool(); tool; tool = tool->get_next()) {
         walk(tool->first_ident(), tool, RESOURCE_TYPE_IDENT);
-        for (auto* ident = tool->first_ident(); ident; ident = ident->next_ident()) {
+        for (auto* ident = tool->first_ident(); ident; ident = ident->get_next()) {
             walk(ident->first_comment(), ident, RESOURCE_TYPE_COMMENT);
             expect(tool->get_resource(ident->get_name()) == ident,
                    "a resource is there twice or not found by its name");
@@ -56,7 +56,7 @@ inline std::string faultOf(const T_resource_manager& manager)
     for (const T_resource_item* const item : found) {
         if (item->get_type() == RESOURCE_TYPE_LINE) {
             auto* const line = static_cast<const T_resource_line*>(item);
-            const T_resource_line* const next = line->next_line();
+            const T_resource_line* const next = line->get_next();
             expect(next ? line->get_number() < next->get_number()
                         : line->get_file()->last_line() == line,
                    "the lines of a file are not in order");

@@ -70,7 +70,7 @@ protected:
     {
         const T_resource_file* const file = resource_manager->get_file(source);
         std::string shape = file ? "" : "none";
-        for (auto* line = file ? file->first_line() : nullptr; line; line = line->next_line()) {
+        for (auto* line = file ? file->first_line() : nullptr; line; line = line->get_next()) {
             shape +=
                 line->get_ident() ? line->get_ident()->get_name() : line->get_value().get_text();
         }
@@ -311,7 +311,9 @@ TEST_F(Resources, OfTwoToolsOfOneNameTheFirstIsMeant)
 TEST_F(Resources, ResourceWithoutLineIsReportedAndNotDefined)
 {
     auto* const tool = resource_manager->set_tool("T");
-    new T_resource_ident(tool, "K", "v");
+    auto* const ident = tool->set_resource("K", "v", nullptr);
+    ident->get_line()->set_item(nullptr);
+    ident->set_line(nullptr);
     EXPECT_EQ(printed([&] {
                   EXPECT_EQ(tool->set_resource("K", "w", nullptr), nullptr);
               }),
