@@ -11,8 +11,8 @@
 #include <system_error>
 #include <vector>
 
-/// Replaces the content of one file, each time in one step (replaceFile() of base/replace_file.h has
-/// the whole contract), at the least cost: it waits for the disk no more often than SyncPace
+/// Replaces the content of one file, each time in one step (replaceFile() of base/replace_file.h
+/// has the whole contract), at the least cost: it waits for the disk no more often than SyncPace
 /// allows, and the old content is freed by a thread of its own. A save that finds the disk full is
 /// tried again as long as old content is on its way out. One thread at a time may use it.
 class SavedFile

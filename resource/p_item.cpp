@@ -36,6 +36,9 @@ void delete_item(T_resource_item* item, T_resource_item** first, T_resource_item
 void delete_list(T_resource_item** first, T_resource_item** last)
 {
     while (*first != nullptr) {
-        delete_item(*first, first, last);
+        T_resource_item* const item = *first;
+        *first = item->next;
+        (*first ? (*first)->previous : *last) = nullptr;
+        delete item;
     }
 }

@@ -73,6 +73,7 @@ public:
     /// Takes an item out of its list and destroys it. While it is being destroyed the item still
     /// knows the neighbours that it had.
     friend void delete_item(T_resource_item* item, T_resource_item** first, T_resource_item** last);
+    friend void delete_list(T_resource_item** first, T_resource_item** last);
 
 protected:
     void set_owner(T_resource_item* new_owner)
@@ -136,7 +137,8 @@ public:
     template <typename... Arguments>
     T* append(Arguments... arguments)
     {
-        return new T(&head, &tail, arguments...);
+        new T(&head, &tail, arguments...); // which links it: the list owns it from here on
+        return last();
     }
     void destroy(T* item)
     {
