@@ -15,6 +15,7 @@
 #include <system_error>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 ProofDirector* director = nullptr;
 
@@ -98,9 +99,12 @@ ProofDirector& setDirector(std::unique_ptr<ProofDirector> made)
 
 void deleteDirector()
 {
-    const std::lock_guard<std::mutex> lock(directorMutex);
-    delete director;
-    director = nullptr;
+    std::unique_ptr<ProofDirector> last;
+    {
+        const std::lock_guard<std::mutex> lock(directorMutex);
+        last.reset(std::exchange(director, nullptr));
+    }
+    // Not under the lock: what the end of a director logs must not keep a stop waiting.
 }
 
 void sighandler(int /*signal*/)
@@ -130,6 +134,7 @@ void installTermination()
 
 int statusAtEnd(int status)
 {
+    std::cout.flush(); // which nobody may read: a signal must still end that
     std::signal(SIGTERM, SIG_IGN);
     wakeThread();
     waiting->join(); // which ends the process if a signal has come

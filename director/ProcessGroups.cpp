@@ -19,9 +19,12 @@ constexpr std::chrono::milliseconds LOOK_AGAIN(10);
 /// After a refusal, how long the number of groups stays as it is before one more is tried.
 constexpr std::chrono::seconds TRY_AGAIN(30);
 
-/// The guard. It reads nothing but the end of the pipe, and then kills the group that it is in.
+/// The guard. It reads nothing but the end of the pipe, and then kills the group that it is in. The
+/// last word is its name for whoever lists the processes. It has no environment: some shells run
+/// what they find there.
 constexpr const char* SHELL = "/bin/sh";
-constexpr const char* GUARD[] = {"mechrun-guard", "-c", "read -r end; kill -KILL 0", nullptr};
+constexpr const char* GUARD[] = {"sh", "-c", "read -r end; kill -KILL 0", "mechrun-guard", nullptr};
+constexpr const char* GUARD_ENVIRONMENT[] = {nullptr};
 
 /// Starts a guard that holds `lifeline` as its standard input and nothing else; 0 or the reason why
 /// there is none.
@@ -42,7 +45,7 @@ int startGuard(int lifeline, pid_t& guard)
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETPGROUP);
     if (error == 0) {
         error = ::posix_spawn(&guard, SHELL, &actions, &attributes, const_cast<char* const*>(GUARD),
-                              environ);
+                              const_cast<char* const*>(GUARD_ENVIRONMENT));
     }
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);

@@ -13,7 +13,8 @@
 // A tool that leaves its group (setsid, setpgid) leaves the guard's reach too.
 //
 // At any time each running writer or pair has a group of its own: a tool that signals its group
-// meets its own job only. The functions may be called from any thread.
+// meets no other running job. A group is used again; so what a job leaves behind in it shares the
+// group with a later job. The functions may be called from any thread.
 
 #include "base/Descriptor.h"
 

@@ -95,7 +95,7 @@ TEST_F(Children, AToolThatKillsItsOwnGroupCrashesAndHarmsNobodyElse)
     for (const std::string signal : {"TERM", "KILL"}) {
         EXPECT_EQ(pair("kill -" + signal + " 0; sleep 9", "cat").end, PairEnd::ProverCrashed);
         const PairResult next = pair("cat /proc/$(cut -d ' ' -f 5 /proc/self/stat)/cmdline", "cat");
-        EXPECT_TRUE(next.output.startsWith("mechrun-guard")) << "the next one needs a guard, too";
+        EXPECT_TRUE(next.output.contains("mechrun-guard")) << "the next one needs a guard, too";
     }
     other.join();
 }

@@ -191,14 +191,19 @@ class Run:
         self.was_killed = self.process.wait() == -signal.SIGKILL
 
     def children(self):
-        """The processes of this run other than mechrun itself, by the mark they inherited."""
+        """The processes of this run other than mechrun itself: those that inherited its mark, and
+        the guards, which have no environment but are in its session."""
         mark = f"{MARK}={self.mark}".encode()
         found = []
         for name in filter(str.isdigit, os.listdir("/proc")):
             try:
                 with open(f"/proc/{name}/environ", "rb") as file:
-                    if mark in file.read().split(b"\0") and int(name) != self.process.pid:
-                        found.append(int(name))
+                    marked = mark in file.read().split(b"\0")
+                with open(f"/proc/{name}/cmdline", "rb") as file:
+                    guard = b"mechrun-guard" in file.read().split(b"\0")
+                ours = marked or (guard and os.getsid(int(name)) == self.process.pid)
+                if ours and int(name) != self.process.pid:
+                    found.append(int(name))
             except OSError:
                 pass  # it has ended, or is not ours to see
         return found
