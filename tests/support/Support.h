@@ -28,6 +28,10 @@ public:
     std::string write(const std::string& name, const std::string& text) const;
     /// Writes an executable "#!/bin/sh" script with `body` and returns its path.
     std::string script(const std::string& name, const std::string& body) const;
+    /// `text` with DIR in the place of the directory's path.
+    std::string masked(const std::string& text) const;
+    /// And back.
+    std::string unmasked(const std::string& text) const;
 
 private:
     std::string root;
@@ -64,6 +68,9 @@ std::string contentOf(const std::string& path);
 
 /// The path of a pipe that holds `text` (of at most some kilobytes) and then ends. It stays open.
 std::string pipeHolding(const std::string& text);
+
+/// `text` with each `before` made `after`.
+std::string replaced(std::string text, const std::string& before, const std::string& after);
 
 /// True when something exists at `path`.
 bool exists(const std::string& path);
