@@ -4,6 +4,7 @@
 #include "director/ProofDirector.h"
 #include "director/ProofDirector_p.h"
 #include "director/verdict.h"
+#include "tests/support/Golden.h"
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>
@@ -142,7 +143,8 @@ protected:
     {
         std::ostringstream text;
         text << *made << made->obligations;
-        return text.str();
+        text << ProofDirector::writer_data_t{{}, {}, {}, {{1, 2}, {3, 4}}};
+        return dir.masked(text.str());
     }
 
     test::TempDir dir;
@@ -153,39 +155,21 @@ protected:
 
 TEST_F(ProofDirectorTest, LoadingDecidesWhichDriversRunOnWhichGoals)
 {
-    const std::string open = "Unproved/Unproved/Unknown,Proved Proved/Unproved/Proved | "
-                             "UnreliablyProved/Unproved/Proved Unproved/Unknown/Unknown | ";
-    const std::string fresh = open + "Unknown Disproved";
-    const std::string registered = open + "Unproved/Unproved/Unproved,Unproved "
-                                          "Disproved/Unproved/Unproved,Unproved";
-    const std::string replayed = "Unproved/Unproved/Proved,Unproved,Disproved,Unknown "
-                                 "Unknown/Unproved/Proved | Unproved/Unknown/Proved";
-    const std::string known = "Unproved/Unproved/Proved";
-    const std::string stranger = known + " | Unproved";
-    // The trust of a first play, or nothing for a replay.
-    const std::string rows[][4] = {
-        {"always", fresh,
-         "Unproved{D1 D2} Proved{} Unproved{D1} Unproved{} Unproved{D1 D2} Disproved{} 2",
-         registered},
-        {"never", fresh,
-         "Unproved{D1 D2} Proved{} UnreliablyProved{} Unproved{} Unproved{D1 D2} Disproved{} 2",
-         registered},
-        {"always", known, "Unproved{D1} 1", known},
-        {"", replayed, "Unproved{D1 D3} Unproved{} Unproved{} 2", replayed},
-        {"", stranger, "Unproved{D1} 2", stranger},
-    };
-    for (const auto& [trust, goals, offered, saved] : rows) {
+    // The trust of a first play, or "replay", and the document.
+    test::expectCases("director/golden/loading.txt", [this](const std::string& input) {
+        const std::size_t end = input.find('\n');
+        const std::string trust = input.substr(0, end);
+        const std::string goals = input.substr(end + 1);
+        const bool replays = trust == "replay";
         make({{"D1"}, {"D2"}}, goals, // no job runs
-             {trust.empty() ? "always" : trust, 0, "", "", false, false, 1});
+             {replays ? "always" : trust, 0, "", "", false, false, 1});
         const Captured logged(std::clog);
         const Captured report(std::cout);
-        trust.empty() ? made->replay() : made->play();
-        EXPECT_EQ(records(), offered);
-        EXPECT_EQ(test::statusesOf(posPath), saved);
+        replays ? made->replay() : made->play();
+        const std::string saved = test::statusesOf(posPath);
         EXPECT_EQ(test::contentOf(posPath).find("author") == std::string::npos, goals == saved);
-        EXPECT_EQ(logged.text().find(" Registering") == std::string::npos, goals == saved);
-        EXPECT_EQ(report.text().find("still") == std::string::npos, goals == stranger);
-    }
+        return records() + "\n" + saved + "\n" + report.text() + dir.masked(logged.text());
+    });
 }
 
 TEST_F(ProofDirectorTest, AnUnusableDocumentIsNeverSaved)
@@ -209,47 +193,25 @@ TEST_F(ProofDirectorTest, AnUnusableDocumentIsNeverSaved)
 
 TEST_F(ProofDirectorTest, TheGroupDecidesHowGoalsShareARun)
 {
-    const auto job = [this](const std::string& name, const std::string& words,
-                            const std::string& goals, const char* options = " -w") {
-        const std::string file = dir.path(":c.d%2_mech_" + name + ".x");
-        return "cmd: /bin/cat\nargs: " + words + "-i " + dir.path("a.b/:c.d%2.pog") + " -o " +
-               file + options + "\npo2filename: " + file +
-               "\npositions: \ncmdp: /bin/cat\nargsp: \n-p\n" + file +
-               "\ncmdr:/bin/cat\nargsr:\n-p\n" + file + "\ninpath:" + file + "\npo addresses:\n" +
-               goals;
-    };
-    const std::string rows[][4] = {
-        {"none", "", "D1",
-         job("D1_0_1", "-a 0 1 ", "\t0\t1\n") + job("D1_2_0", "-a 2 0 ", "\t2\t0\n") +
-             job("D1_2_1", "-a 2 1 ", "\t2\t1\n")},
-        {"related", "", "D1",
-         job("D1_0", "-a 0 1 ", "\t0\t1\n") + job("D1_2", "-a 2 0 -a 2 1 ", "\t2\t0\n\t2\t1\n")},
-        {"full", "", "D1", job("D1", "-a 0 1 -a 2 0 -a 2 1 ", "\t0\t1\n\t2\t0\n\t2\t1\n")},
-        {"none", "", "D", ""},
-        {"none", "", "d1", ""},
-        {"none", "PO_1.1", "D1", job("D1_1_0", "-a 1 0 ", "\t1\t0\n", " -m -w")},
-        {"related", "PO_1.1", "D1", job("D1_0", "-a 0 0 ", "\t1\t0\n", " -m -w")},
-        {"none", "PO.1", "D1", ""},
-        {"full", "po_0.1", "../D", job(".._D", "", "", " -m -w")}, // never out of the directory
-    };
-    for (const auto& [group, filter, name, expected] : rows) {
-        const test::Driver driver = {name,
-                                     "ext='x' group='" + group + "'",
-                                     {"/bin/cat", "", "<param value='-w'/>"},
-                                     {"/bin/cat", "", "<param name='-p' value='${file}'/>"},
-                                     {"/bin/cat", "", "<param value='${file}'/>"}};
+    // A group, the name of a driver and a goal filter.
+    test::expectCases("director/golden/groups.txt", [this](const std::string& input) {
+        std::istringstream words(input);
+        test::Driver driver = {"", "", {"/bin/cat", "", "<param value='-w'/>"}};
+        driver.prover.parameters = "<param name='-p' value='${file}'/>";
+        driver.reader.parameters = "<param value='${file}'/>";
+        std::string filter;
+        words >> driver.attributes >> driver.name >> filter;
+        driver.attributes = "ext='x' group='" + driver.attributes + "'";
         make({driver},
              "Unproved/Unproved/Unproved,Proved Unproved/Unproved/Proved | Proved/Unproved/Proved |"
              " Unproved/Unproved/Proved Unproved/Unproved/Disproved",
              {"always", 1, filter});
-        QString text = QString::fromStdString(test::contentOf(posPath));
-        dir.write("comp.pos",
-                  text.replace(QStringLiteral("PO_2"), QStringLiteral("PO_1")).toStdString());
+        dir.write("comp.pos", test::replaced(test::contentOf(posPath), "PO_2", "PO_1"));
         made->reloadPosFile();
         made->prepareDriver(0);
         made->prepareDriver(0); // takes the place of the first
-        EXPECT_EQ(jobs(), expected) << group << " " << filter;
-    }
+        return dir.masked(jobs());
+    });
 }
 
 TEST(Arguments, AParameterIsReadByAnotherRuleForWriters)
@@ -291,108 +253,58 @@ TEST(Arguments, AProgramIsNeverLookedUpAlongThePath)
 
 TEST_F(ProofDirectorTest, AVerdictReachesEveryRecordItConcerns)
 {
-    const std::string two = "Unproved/Unproved/Unproved,Unproved";
-    const struct {
-        const char* label;
-        const char* trust;
+    // The trust, the goal, and verdicts, each after the index of its driver. What follows: the
+    // document, what is left for the drivers, unproved goals.
+    test::expectCases("director/golden/verdicts.txt", [this](const std::string& input) {
+        std::istringstream words(input);
+        std::string trust;
         std::string goal;
-        const char* verdicts; ///< each after the index of its driver
-        const char* after;    ///< the document, what is left for the drivers, unproved goals
-    } rows[] = {
-        {"unknown to the first", "always", two, "0 Unknown",
-         "Unproved/Unproved/Unknown,Unproved Unproved{D2} 1"},
-        {"proved by a stranger", "never", "/Unproved/Unproved", "1 Proved",
-         "UnreliablyProved/UnreliablyProved/Unproved UnreliablyProved{} 0"},
-        {"unknown to a stranger", "always", "Unproved/Unproved/Unproved", "1 Unknown",
-         "Unproved/Unknown/Unproved Unknown{D1} 1"},
-        {"a goal of another prover", "always", "Proved(Util)/Unproved/Unproved", "0 Disproved",
-         "Proved(Util)/Disproved/Disproved Disproved{} 0"},
-        {"to be confirmed", "redundancy", two, "0 Proved",
-         "UnreliablyProved/UnreliablyProved/Proved,Unproved UnreliablyProved{D2} 0"},
-        {"confirmed", "redundancy", two + ",Unproved", "0 Proved 1 Unknown 2 Proved",
-         "Proved/Proved/Proved,Unknown,Proved Proved{} -1"},
-        {"refuted after a proof", "never", two, "0 Proved 1 Disproved",
-         "Disproved/Disproved/Proved,Disproved Disproved{} -1"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.label);
-        make({{"D1"}, {"D2"}, {"D3"}}, row.goal, {row.trust}).loadPosFile();
-        std::istringstream verdicts(row.verdicts);
+        words >> trust >> goal;
+        make({{"D1"}, {"D2"}, {"D3"}}, goal, {trust}).loadPosFile();
         std::size_t driver = 0;
-        for (std::string word; verdicts >> driver >> word;) {
+        for (std::string word; words >> driver >> word;) {
             update(driver, word);
         }
         EXPECT_TRUE(made->savePosFile());
-        EXPECT_EQ(test::statusesOf(posPath) + " " + records(), row.after);
-    }
+        return test::statusesOf(posPath) + "\n" + records() + "\n";
+    });
 }
 
 TEST_F(ProofDirectorTest, FailedToolsAreSaidAndChangeNoGoal)
 {
     const std::string untouched = "Unproved/Unproved/Proved Unproved/Unproved/Proved";
-    const std::string good = "echo x > ${10}";
-    const std::string count = "Unexpected number of results. Expected: 2 Found: ";
-    const std::string reader = "\nQObject: Unexpected number of results from driver D1 reader.";
-    const std::string p = "-- ProofDirector -- ";
-    const std::string generation = " proof obligation generation for driver D1";
-    // The bodies of writer, prover and reader; what is logged, and collected; the document.
-    const std::string rows[][6] = {
-        {"a folder in the way", good, "cat", "echo Proved; echo Proved",
-         p + "Cannot remove FILE, which is left from an earlier run: Is a directory\n"
-             "QObject: Driver D1 cannot write file FILE.",
-         untouched},
-        {"a flood", good, "cat", "head -c 67110000 /dev/zero",
-         p + "Reader printed more than 67109376 bytes: the results of a job are lost.\n"
-             "QObject: Driver D1 reader printed too much.",
-         untouched},
-        {"all well, exit codes and output do not count",
-         "cat; head -c 300000 /dev/zero; echo x > ${10}; exit 3", "cat; exit 4",
-         "printf 'Proved\\nDisproved\\n'; exit 5", "",
-         "Proved/Proved/Proved Disproved/Disproved/Disproved"},
-        {"too many lines", good, "cat", "printf 'Proved\\n\\nProved\\n'", count + "3" + reader,
-         untouched},
-        {"prover crashed", good, "kill -9 $$", "echo Proved; exec sleep 1000",
-         "Driver prover crashed.\nQObject: Driver D1 prover crashed.", untouched},
-        {"reader crashed", good, "cat", "kill -9 $$",
-         "Driver reader crashed.\nQObject: Driver D1 reader crashed.", untouched},
-        {"writer crashed", "echo x > ${10}; kill -9 $$", "cat", "printf 'Unknown\\nUnknown\\n'",
-         p + "Writer crashed.\nQObject: Secondary" + generation + " crashed.",
-         "Unproved/Unknown/Unknown Unproved/Unknown/Unknown"},
-        {"writer not started", "", "cat", "printf 'Unknown\\nUnknown\\n'",
-         p + "Writer had an error.\nQObject: Error starting secondary" + generation + ".",
-         "Unproved/Unknown/Unknown Unproved/Unknown/Unknown"},
-        {"nothing written", "exit 0", "cat", ":",
-         p + "Secondary po FILE not found.\n" + count +
-             "1\nQObject: Secondary proof obligation for driver D1 not found in file FILE." +
-             reader,
-         untouched},
-    };
     const std::string file = dir.path(":c.d%2_mech_D1.po2");
     int arguments = 0;
     QCoreApplication application(arguments, nullptr);
     ContextTranslator translator;
     QCoreApplication::installTranslator(&translator);
-    for (const auto& [label, writer, prover, body, said, statuses] : rows) {
-        const bool unchanged = statuses == untouched;
+    // The bodies of writer, prover and reader.
+    test::expectCases("director/golden/failed-tools.txt", [&](const std::string& input) {
+        std::istringstream lines(input);
+        std::string writer;
+        std::string prover;
+        std::string reader;
+        std::getline(std::getline(std::getline(lines, writer), prover), reader);
         test::Driver driver = {"D1", "group='full'", {dir.script("w", writer)}};
         driver.prover.path = dir.script("p", prover);
-        driver.reader.path = dir.script("r", "cat >&2; " + body);
+        driver.reader.path = dir.script("r", "cat >&2; " + reader);
         make({driver}, untouched);
         if (writer.empty()) {
             ::unlink(driver.writer.path.c_str());
         }
         // An earlier run has left it: nobody may take it for what this writer makes.
-        label == rows[0][0] ? std::filesystem::create_directory(file)
-                            : !dir.write(":c.d%2_mech_D1.po2", "left").empty();
-        EXPECT_EQ(replay().find("PO_0") == std::string::npos, unchanged) << label;
-        std::filesystem::remove(label == rows[0][0] ? file : "");
-        QString told = QString::fromStdString(log) + made->getErrors().join(QLatin1Char('\n'));
-        told.replace(QString::fromStdString(file), QStringLiteral("FILE"));
-        EXPECT_EQ(told.toStdString(), said) << label;
-        EXPECT_EQ(test::statusesOf(posPath), statuses) << label;
-        EXPECT_EQ(test::contentOf(posPath).find("author") == std::string::npos, unchanged) << label;
-        EXPECT_FALSE(test::exists(file)) << label;
-    }
+        const bool folder = writer == "a folder in the way";
+        folder ? std::filesystem::create_directory(file)
+               : !dir.write(":c.d%2_mech_D1.po2", "left").empty();
+        const bool reported = replay().find("PO_0") != std::string::npos;
+        std::filesystem::remove(folder ? file : "");
+        const std::string statuses = test::statusesOf(posPath);
+        EXPECT_EQ(reported, statuses != untouched);
+        EXPECT_EQ(test::contentOf(posPath).find("author") != std::string::npos, reported);
+        EXPECT_FALSE(test::exists(file)) << input;
+        const std::string errors = made->getErrors().join(QLatin1Char('\n')).toStdString();
+        return dir.masked(log + errors) + "\n" + statuses + "\n";
+    });
 }
 
 TEST_F(ProofDirectorTest, OnlyWholeWordsOfAReaderCount)
@@ -451,18 +363,15 @@ TEST_F(ProofDirectorTest, FiltersChooseTheDriversThatPlay)
 TEST_F(ProofDirectorTest, WithAGoalFilterTheRestOfTheOutputIsAModel)
 {
     test::Driver driver = driverSaying(dir, "D1", "Disproved 'x = 1' 'y = 2'");
+    std::string text;
     for (const bool xml : {false, true}) {
         make({driver}, "Unproved/Unproved/Unproved | Proved/Proved/Proved",
              {"always", 1, "PO_1.1", "", false, xml});
-        EXPECT_EQ(replay(), xml ? "<proofPass>\tProof driver D1, still 1 unproved PO</proofPass>\n"
-                                  "\t\t<operation><name>PO_0</name>\n\t\t\t</operation>\n"
-                                  "\t\t<operation><name>PO_1</name>\n\t\t\t<m/><model>\nx = 1\n"
-                                  "y = 2\n</model>\n\n</operation>\n"
-                                : "\tProof driver D1, still 1 unproved PO\n\t\tPO_0\n\t\t\t\n"
-                                  "\t\tPO_1\n\t\t\t-model:\nx = 1\ny = 2\n\n\n\n");
+        text += replay();
         EXPECT_EQ(test::statusesOf(posPath), "Unproved/Unproved/Unproved | Proved/Proved/Proved");
         EXPECT_NE(test::contentOf(posPath).find("author="), std::string::npos) << "saved";
     }
+    test::expectGolden("director/golden/model.txt", text);
     // A number that no goal has, or that is none: the thread that plays hears of it.
     for (const std::string number : {"x", "2", "-2147483648"}) {
         for (const unsigned int workers : {1U, 3U}) {
@@ -583,13 +492,5 @@ TEST_F(ProofDirectorTest, AStopKillsCleansAndSaves)
 TEST_F(ProofDirectorTest, DumpsKeepTheirLayout)
 {
     make({}, "Unproved/Unproved/Proved", {"always", 7}).reloadPosFile();
-    const std::string at = dir.path();
-    EXPECT_EQ(dump(), "pos: " + at + "/comp.pos\npog: " + at + "/a.b/:c.d%2.pog\ndir: " + at +
-                          "\nloaded: 1\nmechanism:[mechanism]\nname = \"mech\"\ntrust = "
-                          "\"always\"\n\n\nconcurrency:7\n{\n  PO_0,\n  {\n    {<Mechanism "
-                          "name=\"mech\" status=\"Unproved\"><Driver name=\"D1\" "
-                          "status=\"Proved\"/></Mechanism>, Unproved, {D1}}\n  }\n");
-    std::ostringstream run;
-    run << ProofDirector::writer_data_t{{}, {}, {}, {{1, 2}, {3, 4}}};
-    EXPECT_EQ(run.str(), "cmd: \nargs: \npo2filename: \npositions: {1, 2}{3, 4}\n");
+    test::expectGolden("director/golden/dump.txt", dump());
 }

@@ -2,6 +2,7 @@
 
 #include "pos/pos_p.h"
 #include "pos/walk.h"
+#include "tests/support/Golden.h"
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>
@@ -22,10 +23,23 @@ std::string goalWith(const std::string& status, const std::string& records)
            "</Simple_Goal></Proof_Obligation></r>";
 }
 
-status_t expectedWith(const std::string& records)
+/// All counts, under the names of what they count.
+std::string shown(const metrics_t& all)
 {
-    const QDomDocument doc = test::documentOf(goalWith("Unproved", records));
-    return expectedStatus(doc.documentElement().firstChild().firstChildElement());
+    std::ostringstream out;
+    out << "total " << all.total << ", unproved " << all.unproved << ", proved " << all.proved
+        << ", unreliably " << all.unreliablyProved << ", disproved " << all.disproved
+        << ", externally " << all.provedExternally << ", by the prover " << all.provedByProver;
+    for (const auto& [name, m] : all.mechanisms) {
+        out << "\n"
+            << name << ": " << m->unproved << ' ' << m->unknown << ' ' << m->proved << ' '
+            << m->unreliablyProved << ' ' << m->disproved;
+        for (const auto& [driver, d] : m->drivers) {
+            out << ", " << driver << ' ' << d->unproved << ' ' << d->unknown << ' ' << d->proved
+                << ' ' << d->disproved;
+        }
+    }
+    return out.str() + "\n";
 }
 
 } // namespace
@@ -78,24 +92,15 @@ TEST(Pos, TheFirstElementOfExactlyANameIsFound)
 
 TEST(Pos, RefutationOutweighsProofAndReliableOutweighsUnreliable)
 {
-    const std::pair<const char*, status_t> rows[] = {
-        {"<Proof_State proofState='Proved'/>", UNPROVED}, // not a word of the prover
-        {"<Proof_State/><Proof_State proofState='Proved(0)'/>", UNPROVED}, // the first counts
-        {"<Proof_State proofState='Proved(1)'/><iapa><status value='Invalid'/></iapa>", DISPROVED},
-        {"<iapa><status value='Valid'/></iapa>", UNRELIABLY_PROVED},
-        {"<iapa><status value='Valid'/></iapa><Mechanism status='Proved'/>", PROVED},
-        {"<iapa><status value='Unknown'/></iapa>", UNPROVED},
-        {"<Mechanism status='Unknown'><Driver status='Proved'/></Mechanism>", UNPROVED},
-        {"<Mechanism status='UnreliablyProved'/><Mechanism status='Unproved'/>", UNRELIABLY_PROVED},
-        {"<Mechanism status='Disproved'/><Mechanism status='Proved'/>", DISPROVED},
-    };
-    for (const auto& [records, expected] : rows) {
-        EXPECT_EQ(expectedWith(records), expected) << records;
-    }
-    for (const char* records : {"<iapa/>", "<iapa><status value='Proved'/></iapa>", "<Mechanism/>",
-                                "<Mechanism status='Proved(1)'/>"}) {
-        EXPECT_THROW(expectedWith(records), std::out_of_range) << records;
-    }
+    test::expectCases("pos/golden/expected.txt", [](const std::string& records) -> std::string {
+        const QDomDocument doc = test::documentOf(goalWith("Unproved", records));
+        const QDomElement goal = *goalsOf(*obligationsOf(doc).begin()).begin();
+        try {
+            return strOfProofStatus(expectedStatus(goal)).toStdString() + "\n";
+        } catch (const std::out_of_range&) {
+            return "out of range\n";
+        }
+    });
 }
 
 TEST(Pos, TheInvariantReportsTheFirstGoalThatDisagreesAndNothingElse)
@@ -115,41 +120,19 @@ TEST(Pos, TheInvariantReportsTheFirstGoalThatDisagreesAndNothingElse)
 
 TEST(Pos, UnproveAndRemovalRewriteWhatTheyMustAndNothingElse)
 {
-    const std::string analysed = "<iapa><status value='Invalid'/></iapa><Driver status='x'/>";
-    const std::string proved = "<Proof_State proofState='Proved(3)'/>";
-    const std::string drivers = "><Driver status='Proved'/></Mechanism>";
-    const std::string odd = goalWith("nonsense", "<Mechanism name='É'/>");
-    const struct {
-        bool removal; ///< of the mechanism "é"
-        std::string before;
-        std::string after;
-    } rows[] = {
-        // Neither analyser nor drivers are asked.
-        {false, goalWith("Disproved", analysed + "<Mechanism status='x'" + drivers),
-         goalWith("Unproved", analysed + "<Mechanism status='Unproved'" + drivers)},
-        {false, goalWith("Disproved", proved), goalWith("Proved", proved)},
-        // The first of a name only.
-        {true,
-         goalWith("Proved", "<Mechanism name='e' status='Disproved'/><Mechanism name='é'"
-                            " status='Proved'/><Mechanism name='é' status='Unknown'/>"),
-         goalWith("Disproved", "<Mechanism name='e' status='Disproved'/>"
-                               "<Mechanism name='é' status='Unknown'/>")},
-        // A word that still holds stays.
-        {true, goalWith("Proved(1)", proved + "<Mechanism name='é'/>"),
-         goalWith("Proved(1)", proved)},
-        {true, odd, odd},
-    };
     bool modified = false;
-    for (const auto& row : rows) {
-        QDomDocument doc = test::documentOf(row.before);
-        if (row.removal) {
+    test::expectCases("pos/golden/rewrites.txt", [&modified](const std::string& input) {
+        const bool removal = input.rfind("remove", 0) == 0; // of the mechanism "é"
+        QDomDocument doc = test::documentOf(input.substr(input.find('\n')));
+        const QByteArray before = doc.toByteArray();
+        if (removal) {
             EXPECT_TRUE(removeMechanism(doc, "é", modified));
         } else {
             unprove(doc);
         }
-        EXPECT_EQ(doc.toByteArray(), test::documentOf(row.after).toByteArray());
-        EXPECT_EQ(modified, row.removal && row.before != row.after);
-    }
+        EXPECT_EQ(modified, removal && doc.toByteArray() != before);
+        return doc.toString(XML_INDENT).toStdString();
+    });
     QDomDocument null;
     EXPECT_FALSE(removeMechanism(null, "é", modified));
 }
@@ -157,22 +140,15 @@ TEST(Pos, UnproveAndRemovalRewriteWhatTheyMustAndNothingElse)
 TEST(Pos, EachGoalCountsOnceAndEachRecordUnderItsName)
 {
     const test::TempDir dir;
-    const std::string path = dir.write(
-        "é.pos",
-        "<r><Proof_Obligation>"
-        "<Simple_Goal status='Proved'><Proof_State proofState='Proved(Util)'/></Simple_Goal>"
-        "<Simple_Goal status='Proved'><Proof_State proofState='Proved'/>"
-        "<Mechanism name='n' status='Unproved'/>"
-        "<Mechanism name='n' status='Proved'><Driver name='d' status='Proved'/>"
-        "<Driver name='e' status='UnreliablyProved'/></Mechanism>"
-        "<Mechanism name='m' status='Proved(0)'><Driver name='d' status='Unknown'/></Mechanism>"
-        "</Simple_Goal><Simple_Goal status='Unknown'><Mechanism name='n' status='Unknown'>"
-        "<Driver name='d' status='Disproved'/></Mechanism></Simple_Goal>"
-        "</Proof_Obligation><Other><Simple_Goal status='nonsense'/></Other><Proof_Obligation>"
-        "<Simple_Goal/><Simple_Goal status='Unproved'/><Simple_Goal status='Unproved'/>"
-        "<Simple_Goal status='UnreliablyProved'><Mechanism name='n' status='UnreliablyProved'/>"
-        "</Simple_Goal><Simple_Goal status='Disproved'><Mechanism name='n' status='Disproved'>"
-        "<Driver name='d'/></Mechanism><Mechanism/></Simple_Goal></Proof_Obligation></r>");
+    const std::string path = dir.path("é.pos");
+    test::expectCases("pos/golden/totals.txt", [&](const std::string& text) {
+        dir.write("é.pos", text);
+        metrics_t all;
+        EXPECT_TRUE(getMetrics(path, all));
+        EXPECT_TRUE(getMetrics(path, all)); // adds to the last total only
+        EXPECT_FALSE(getMetrics(dir.path("missing.pos"), all));
+        return shown(all);
+    });
     std::list<std::string> names = {"before"};
     EXPECT_FALSE(getMechanisms(dir.path("missing.pos"), names));
     EXPECT_EQ(names, std::list<std::string>{"before"});
@@ -182,22 +158,6 @@ TEST(Pos, EachGoalCountsOnceAndEachRecordUnderItsName)
     EXPECT_TRUE(names.empty());
 
     metrics_t all;
-    EXPECT_TRUE(getMetrics(path, all));
-    EXPECT_TRUE(getMetrics(path, all)); // adds to the last total only
-    EXPECT_FALSE(getMetrics(dir.path("missing.pos"), all));
-    std::ostringstream out;
-    out << all.total << ' ' << all.unproved << ' ' << all.proved << ' ' << all.unreliablyProved
-        << ' ' << all.disproved << ' ' << all.provedExternally << ' ' << all.provedByProver;
-    for (const auto& [name, m] : all.mechanisms) {
-        out << "; " << name << ' ' << m->unproved << ' ' << m->unknown << ' ' << m->proved << ' '
-            << m->unreliablyProved << ' ' << m->disproved;
-        for (const auto& [driver, d] : m->drivers) {
-            out << ", " << driver << ' ' << d->unproved << ' ' << d->unknown << ' ' << d->proved
-                << ' ' << d->disproved;
-        }
-    }
-    EXPECT_EQ(out.str(), "8 3 2 1 1 1 2;  1 0 0 0 0; m 0 0 1 0 0, d 0 1 0 0; "
-                         "n 1 1 1 1 1, d 1 0 1 1, e 0 0 0 0");
     for (const char* records : {"<Mechanism status='Proved'/><Mechanism status='x'/>",
                                 "<Mechanism><Driver status='x'/></Mechanism>"}) {
         const std::string odd = dir.write("x.pos", goalWith("Proved", records));
