@@ -1,6 +1,7 @@
 // What verdicts are worth: every case of the rules, in tables.
 
 #include "director/verdict.h"
+#include "tests/support/Golden.h"
 
 #include <gtest/gtest.h>
 
@@ -21,47 +22,31 @@ static std::string outcome(pos::status_t old, verdict_t verdict, trust_t trust, 
 
 TEST(Verdict, EveryRowOfTheStatusRuleHolds)
 {
-    const struct {
-        const char* label;
-        verdict_t verdict;
-        bool last;              ///< whether the driver is the last one
-        const char* byTrust[3]; ///< never, redundancy, always: after N, K, U, P and D
-    } rows[] = {
-        {"refuted", verdict_t::disproved, false, {"D-D-D-D-d-", "D-D-D-D-d-", "D-D-D-D-d-"}},
-        {"refuted last", verdict_t::disproved, true, {"D-D-D-D-d-", "D-D-D-D-d-", "D-D-D-D-d-"}},
-        {"proved", verdict_t::proved, false, {"U-U-u-U-U-", "U+U+P-U+U+", "P-P-P-p-P-"}},
-        {"proved last", verdict_t::proved, true, {"U-U-u-U-U-", "U+U+P-U+U+", "P-P-P-p-P-"}},
-        {"unknown", verdict_t::unknown, false, {"n+k+u+p+d+", "n+k+u+p+d+", "n+k+u+p+d+"}},
-        {"unknown last", verdict_t::unknown, true, {"K+k+K+K+K+", "K+k+K+K+K+", "K+k+K+K+K+"}},
-    };
-    for (const auto& row : rows) {
-        for (const trust_t trust : {trust_t::never, trust_t::redundancy, trust_t::always}) {
-            SCOPED_TRACE(row.label + (", trust " + std::to_string(int(trust))));
-            std::string outcomes;
-            for (int old = pos::UNPROVED; old <= pos::DISPROVED; ++old) {
-                outcomes += outcome(pos::status_t(old), row.verdict, trust, row.last);
+    // A line for each trust; after N, K, U, P and D.
+    std::string text;
+    for (const verdict_t verdict : {verdict_t::disproved, verdict_t::proved, verdict_t::unknown}) {
+        for (const bool last : {false, true}) {
+            text += strOfVerdict(verdict).toStdString() + (last ? " by the last driver\n" : "\n");
+            for (const trust_t trust : {trust_t::never, trust_t::redundancy, trust_t::always}) {
+                text += "trust " + std::to_string(int(trust)) + ":";
+                for (int old = pos::UNPROVED; old <= pos::DISPROVED; ++old) {
+                    text += " " + outcome(pos::status_t(old), verdict, trust, last);
+                }
+                text += "\n";
             }
-            EXPECT_EQ(outcomes, row.byTrust[int(trust)]);
         }
     }
+    test::expectGolden("director/golden/status-rule.txt", text);
 }
 
 TEST(Verdict, AGoalRisesFromTheWordsThatLeaveRoom)
 {
-    const struct {
-        const char* before;
-        bool rises[3]; ///< by an unreliable proof, by a proof, by a refutation
-    } rows[] = {
-        {"Unproved", {true, true, true}},        {"UnreliablyProved", {false, true, true}},
-        {"Unknown", {false, false, false}},      {"Proved", {false, false, false}},
-        {"Proved(Util)", {false, false, false}}, {"Disproved", {false, false, false}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.before);
+    test::expectCases("director/golden/rises.txt", [](const std::string& before) {
+        std::string words;
         for (const auto status : {pos::UNRELIABLY_PROVED, pos::PROVED, pos::DISPROVED}) {
-            EXPECT_EQ(raisesGoal(QString::fromUtf8(row.before), status),
-                      row.rises[status - pos::UNRELIABLY_PROVED])
-                << status;
+            const bool rises = raisesGoal(QString::fromStdString(before), status);
+            words += rises ? pos::strOfProofStatus(status).toStdString() + "\n" : "";
         }
-    }
+        return words;
+    });
 }

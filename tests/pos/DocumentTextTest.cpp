@@ -1,8 +1,11 @@
 #include "pos/document_text.h"
 #include "pos/pos.h"
+#include "tests/support/Golden.h"
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>
+
+#include <QStringList>
 
 #include <numeric>
 
@@ -26,27 +29,9 @@ TEST(DocumentText, PiecesAreTheTextOfTheWholeBeforeAndAfterChanges)
     }
     const std::string po = "<Proof_Obligation><Tag>t&amp;\"é</Tag><Mechanism "
                            "name='a&lt;b&quot;&apos;&#10;&#9;é😀'/></Proof_Obligation>";
-    const std::string documents[] = {
-        "",
-        "<r/>",
-        "<r>a</r>",
-        "<?a b?><r><!--one-->" + po + "<?c d?><u>" + po + "</u><Proof_Obligation/><v>t<w/></v>" +
-            po + "<!--three--></r><?g h?>",
-        "<r>text first" + po + po + "</r>",
-        "<r>" + po + po + "text last</r>",
-        "<r><![CDATA[<a>]]>" + po + "&lt;]]&gt;</r>",
-        "<!--a &a; b--><!----><r>" + po + "</r><!--&b;-->", // what the text is cut at
-        "<!--a &a; b--><!----><r>text" + po + "</r><!--&b;-->",
-        "<?xml version='1.0'?><!DOCTYPE r PUBLIC 'p' 'x.dtd' [<!ENTITY e 'v'>"
-        "<!NOTATION n SYSTEM 's'>]><!--c--><r>&e;" +
-            po + "</r>",
-        "<?xml version='1.0' encoding='ISO-8859-1'?><r a='&#x20ac;'>" + po + "&#x20ac;</r>",
-        "<?xml version='1.0' encoding='US-ASCII' standalone='yes'?><r>" + po + "&#xe9;</r>",
-        "<?xml version='1.0' encoding='nothing'?><r>" + po + "&#xe9;</r>",
-        "<n:r xmlns:n='u' z='1' y='2' x='3' w='4' v='5'><n:x n:a='b'/>" + po + "</n:r>",
-    };
     DocumentText text;
-    for (const std::string& xml : documents) {
+    test::expectCases("pos/golden/documents.txt", [&](const std::string& shortened) {
+        const std::string xml = test::replaced(shortened, "PO", po);
         QDomDocument document;
         document.setContent(QByteArray::fromStdString(xml));
         const QByteArray original = document.toByteArray(XML_INDENT);
@@ -70,7 +55,8 @@ TEST(DocumentText, PiecesAreTheTextOfTheWholeBeforeAndAfterChanges)
         }
         text.allChanged();
         EXPECT_TRUE(joined(text.pieces()) == document.toByteArray(XML_INDENT)) << xml;
-    }
+        return "";
+    });
 }
 
 TEST(DocumentText, AChangeCostsOnlyTheObligationThatIsNamed)
@@ -93,17 +79,11 @@ TEST(DocumentText, AChangeCostsOnlyTheObligationThatIsNamed)
 
 TEST(DocumentText, TheDeclarationNamesTheEncodingThatIsWritten)
 {
-    const char* const rows[][3] = {
-        {"xml", "encoding = \"ISO-8859-1\" standalone='yes'",
-         "encoding = \"UTF-8\" standalone='yes'"},
-        {"xml", "encoding='uTf-8'", "encoding='uTf-8'"},
-        {"other", "encoding='x'", "encoding='x'"},
-    };
-    for (const auto& [target, before, after] : rows) {
+    test::expectCases("pos/golden/declarations.txt", [](const std::string& input) {
+        const QStringList words = QString::fromStdString(input).split(QLatin1Char('\n'));
         QDomDocument document;
-        document.appendChild(document.createProcessingInstruction(QString::fromUtf8(target),
-                                                                  QString::fromUtf8(before)));
+        document.appendChild(document.createProcessingInstruction(words.at(0), words.at(1)));
         declareUtf8(document);
-        EXPECT_EQ(document.firstChild().nodeValue(), QString::fromUtf8(after));
-    }
+        return document.firstChild().nodeValue().toStdString() + "\n";
+    });
 }

@@ -63,31 +63,22 @@ TEST(Pos, OnlyTheWordsOfTheFormatAreRead)
 
 TEST(Pos, TheFirstElementOfExactlyANameIsFound)
 {
-    const QDomDocument doc = test::documentOf(
-        "<r><Tag>r</Tag><Proof_Obligation><x><Tag>x</Tag></x><Tag>a<b>b</b></Tag><Tag>c</Tag>"
-        "<Simple_Goal><x><Mechanism name='m'/></x><Mechanism name='M' status='1'/>"
-        "<Mechanism name='mm' status='2'/><Mechanism status='3'/><Mechanism name='m'>"
-        "<Driver name='D' status='4'/><Driver name='dd' status='5'/><Driver name='d' status='6'/>"
-        "<x/><Driver name='d' status='7'/><Driver status='8'/><x/></Mechanism>"
-        "<Mechanism name='m' status='9'/></Simple_Goal></Proof_Obligation></r>");
-    const QDomElement obligation = *obligationsOf(doc).begin();
-    EXPECT_EQ(tagOf(obligation), QStringLiteral("ab"));
-    const QDomElement goal = *goalsOf(obligation).begin();
-    EXPECT_EQ(statusWordOf(mechanismOf(goal, QString())), QStringLiteral("3"));
-    EXPECT_TRUE(mechanismOf(goal, QStringLiteral("x")).isNull());
-    const QDomElement mechanism = mechanismOf(goal, QStringLiteral("m"));
-    EXPECT_EQ(statusOf(mechanism), UNPROVED) << "by default";
-    const struct {
-        const char* driver;
-        const char* status;
-        bool last;
-    } rows[] = {{"d", "6", false}, {"", "8", true}, {"no such", "Unproved", true}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.driver);
-        const QDomElement driver = driverOf(mechanism, QString::fromUtf8(row.driver));
-        EXPECT_EQ(statusWordOf(driver).toStdString(), row.status);
-        EXPECT_EQ(isLastDriver(driver), row.last);
-    }
+    test::expectCases("pos/golden/first.txt", [](const std::string& xml) {
+        const QDomDocument doc = test::documentOf(xml);
+        const QDomElement obligation = *obligationsOf(doc).begin();
+        const QDomElement goal = *goalsOf(obligation).begin();
+        EXPECT_TRUE(mechanismOf(goal, QStringLiteral("x")).isNull());
+        const QDomElement mechanism = mechanismOf(goal, QStringLiteral("m"));
+        EXPECT_EQ(statusOf(mechanism), UNPROVED) << "by default";
+        QString text = tagOf(obligation) + QStringLiteral("\nmechanism: ") +
+                       statusWordOf(mechanismOf(goal, QString())) + QStringLiteral("\n");
+        for (const char* name : {"d", "", "no such"}) {
+            const QDomElement driver = driverOf(mechanism, QString::fromUtf8(name));
+            text += QString::fromUtf8(name) + QStringLiteral(": ") + statusWordOf(driver) +
+                    QString::fromUtf8(isLastDriver(driver) ? ", the last\n" : "\n");
+        }
+        return text.toStdString();
+    });
 }
 
 TEST(Pos, RefutationOutweighsProofAndReliableOutweighsUnreliable)
@@ -105,17 +96,11 @@ TEST(Pos, RefutationOutweighsProofAndReliableOutweighsUnreliable)
 
 TEST(Pos, TheInvariantReportsTheFirstGoalThatDisagreesAndNothingElse)
 {
-    const QDomDocument differs = test::documentOf(
-        "<r><x><Simple_Goal status='Valid'/></x><Proof_Obligation><Simple_Goal/>"
-        "<other><Simple_Goal status='Proved'/></other></Proof_Obligation><Proof_Obligation>"
-        "<Simple_Goal status='Proved(2)'><Proof_State proofState='Proved(0)'/></Simple_Goal>"
-        "<Simple_Goal status='Proved'><Mechanism status='Disproved'/></Simple_Goal>"
-        "<Simple_Goal status='Unknown'/></Proof_Obligation></r>");
-    const test::Captured err(std::cerr);
-    EXPECT_TRUE(checkPosInvariant(test::documentOf(goalWith("Unproved", ""))));
-    EXPECT_FALSE(checkPosInvariant(differs));
-    EXPECT_EQ(err.text(), "    <Simple_Goal status=\"Proved\">\n"
-                          "        <Mechanism status=\"Disproved\"/>\n    </Simple_Goal>\n");
+    test::expectCases("pos/golden/invariant.txt", [](const std::string& xml) {
+        const test::Captured err(std::cerr);
+        const bool holds = checkPosInvariant(test::documentOf(xml));
+        return (holds ? "holds\n" : "differs\n") + err.text();
+    });
 }
 
 TEST(Pos, UnproveAndRemovalRewriteWhatTheyMustAndNothingElse)

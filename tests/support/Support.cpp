@@ -50,16 +50,6 @@ std::string TempDir::script(const std::string& name, const std::string& body) co
     return file;
 }
 
-std::string TempDir::masked(const std::string& text) const
-{
-    return replaced(text, root, "DIR");
-}
-
-std::string TempDir::unmasked(const std::string& text) const
-{
-    return replaced(text, "DIR", root);
-}
-
 std::string replaced(std::string text, const std::string& before, const std::string& after)
 {
     for (std::size_t at = 0; (at = text.find(before, at)) != std::string::npos;) {

@@ -28,10 +28,6 @@ public:
     std::string write(const std::string& name, const std::string& text) const;
     /// Writes an executable "#!/bin/sh" script with `body` and returns its path.
     std::string script(const std::string& name, const std::string& body) const;
-    /// `text` with DIR in the place of the directory's path.
-    std::string masked(const std::string& text) const;
-    /// And back.
-    std::string unmasked(const std::string& text) const;
 
 private:
     std::string root;
