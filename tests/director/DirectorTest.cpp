@@ -283,7 +283,7 @@ TEST_F(ProofDirectorTest, FailedToolsAreSaidAndChangeNoGoal)
     QCoreApplication application(arguments, nullptr);
     ContextTranslator translator;
     QCoreApplication::installTranslator(&translator);
-    // The bodies of writer, prover and reader.
+    // The bodies of writer, prover and reader. The writer of the folder in the way never runs.
     test::expectCases("director/golden/failed-tools.txt", [&](const std::string& input) {
         std::istringstream lines(input);
         std::string writer;
