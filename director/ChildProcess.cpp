@@ -54,9 +54,10 @@ public:
     }
 
     /// Takes some of what is in the pipe, and never waits for more. Returns how many bytes.
-    int take(std::size_t size = sizeof block)
+    int take(std::size_t size = BLOCK)
     {
-        const ssize_t count = ::read(pipe.number(), block, std::min(size, sizeof block));
+        char block[BLOCK];
+        const ssize_t count = ::read(pipe.number(), block, std::min(size, BLOCK));
         if (count > 0) {
             bytes.append(block, static_cast<int>(count));
         } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
@@ -80,10 +81,11 @@ public:
     }
 
 private:
+    static constexpr std::size_t BLOCK = 65536;
+
     Descriptor pipe;
     std::size_t most;
     QByteArray bytes;
-    char block[65536];
 };
 
 PairResult refused(int error)

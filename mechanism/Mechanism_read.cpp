@@ -15,8 +15,8 @@
 
 #include "mechanism/Mechanism_p.h"
 
-#include "base/LogLine.h"
 #include "app/Utils.h"
+#include "base/LogLine.h"
 #include "base/XmlFile.h"
 
 #include <QDomDocument>

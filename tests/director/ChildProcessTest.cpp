@@ -157,6 +157,7 @@ TEST_F(Children, ARefusedStartWaitsForOthersAndAloneIsAFailedJob)
     limit.rlim_cur = static_cast<rlim_t>(highest) + enough;
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
     std::vector<std::thread> workers;
+    workers.reserve(4);
     for (int worker = 0; worker < 4; ++worker) {
         workers.emplace_back([&] {
             for (int job = 0; job < 10; ++job) {

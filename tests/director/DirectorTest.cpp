@@ -388,7 +388,7 @@ TEST_F(ProofDirectorTest, JobsRunInPartsAndHeadingsOnlyGoForward)
     const Captured captured(std::cout);
     std::size_t told = 0;
     const auto report = [&] {
-        const std::string news = captured.text().substr(told);
+        std::string news = captured.text().substr(told);
         told += news.size();
         return news;
     };
