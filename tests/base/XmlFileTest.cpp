@@ -13,7 +13,7 @@ namespace
 {
 
 /// What is read: the document element and how many children it has, "empty" or "unreadable".
-std::string read(const std::string& path, bool (&reader)(const QString&, QDomDocument&))
+std::string read(const std::string& path, bool (*reader)(const QString&, QDomDocument&))
 {
     QDomDocument document;
     const bool done = reader(QString::fromStdString(path), document);
