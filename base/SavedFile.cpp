@@ -2,6 +2,8 @@
 
 #include "base/replace_file.h"
 
+#include <cerrno>
+
 namespace
 {
 

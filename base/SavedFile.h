@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <system_error>
+#include <utility>
 #include <vector>
 
 /// Replaces the content of one file, each time in one step (replaceFile() of base/replace_file.h

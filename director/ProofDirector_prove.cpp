@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <iostream>
 #include <sstream>
-#include <thread>
 
 namespace
 {
