@@ -2,6 +2,7 @@
 // and its records once more under their mechanism and driver.
 
 #include "pos/pos.h"
+#include "pos/goal_status.h"
 #include "pos/pos_p.h"
 #include "pos/walk.h"
 

@@ -1,7 +1,7 @@
-// The operations on whole POS documents, and the rule that derives a goal's status from its
-// records.
+// The operations on whole POS documents.
 
 #include "base/XmlFile.h"
+#include "pos/goal_status.h"
 #include "pos/pos.h"
 #include "pos/pos_p.h"
 #include "pos/walk.h"
@@ -21,38 +21,8 @@ QDomDocument domOfPath(const std::string& path)
     return document;
 }
 
-bool isProvedByProver(const QDomElement& goal)
-{
-    const QDomElement state = goal.firstChildElement(TAG_PROOF_STATE);
-    return proofProvedStatuses.contains(state.attribute(ATTR_PROOF_STATE));
-}
-
 namespace
 {
-
-/// What the independent analyser's word means for the goal.
-status_t statusOfAnalyser(const QDomElement& iapa)
-{
-    static const std::map<QString, status_t> statusOfWord = {
-        {ATTR_VALUE_UNPROVED, UNPROVED},
-        {ATTR_VALUE_UNKNOWN, UNPROVED},
-        {ATTR_VALUE_VALID, UNRELIABLY_PROVED},
-        {ATTR_VALUE_INVALID, DISPROVED},
-    };
-    return statusOfWord.at(iapa.firstChildElement(TAG_STATUS).attribute(ATTR_VALUE));
-}
-
-/// What a mechanism's word means for the goal. The status must be there, and only the canonical
-/// words count: this is deliberately stricter than the other readers of the same attribute.
-status_t statusOfMechanism(const QDomElement& mechanism)
-{
-    static const std::map<QString, status_t> statusOfWord = {
-        {ATTR_VALUE_UNPROVED, UNPROVED},   {ATTR_VALUE_UNKNOWN, UNPROVED},
-        {ATTR_VALUE_PROVED, PROVED},       {ATTR_VALUE_UNRELIABLY_PROVED, UNRELIABLY_PROVED},
-        {ATTR_VALUE_DISPROVED, DISPROVED},
-    };
-    return statusOfWord.at(mechanism.attribute(ATTR_STATUS));
-}
 
 /// The first mechanism of the goal whose name is `name` in UTF-8; null when there is none. A name
 /// may hold what UTF-8 has no form for, and is found as getMechanisms lists it.
@@ -67,25 +37,6 @@ QDomElement mechanismInUtf8(const QDomElement& goal, const std::string& name)
 }
 
 } // namespace
-
-status_t expectedStatus(const QDomElement& goal)
-{
-    unsigned count[5] = {}; // by status
-    ++count[isProvedByProver(goal) ? PROVED : UNPROVED];
-    const QDomElement iapa = goal.firstChildElement(TAG_IAPA);
-    if (!iapa.isNull()) {
-        ++count[statusOfAnalyser(iapa)];
-    }
-    for (const QDomElement& mechanism : mechanismsOf(goal)) {
-        ++count[statusOfMechanism(mechanism)];
-    }
-    for (const status_t status : {DISPROVED, PROVED, UNRELIABLY_PROVED}) {
-        if (count[status] != 0) {
-            return status;
-        }
-    }
-    return UNPROVED;
-}
 
 bool checkPosInvariant(const QDomDocument& doc)
 {

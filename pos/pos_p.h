@@ -1,7 +1,6 @@
 #pragma once
 
-// What the sources of this folder share: the loading of a document and the rule that derives a
-// goal's status.
+// What the sources of this folder share.
 
 #include "pos/pos.h"
 
@@ -17,12 +16,5 @@ extern const QStringList proofProvedStatuses;
 /// The document in the file at `path`; a null one when the file cannot be read, an empty one when
 /// it is not well-formed.
 QDomDocument domOfPath(const std::string& path);
-
-/// True when the workbench's own prover proved the goal.
-bool isProvedByProver(const QDomElement& goal);
-
-/// The status that follows from the goal's records: one refutation outweighs any number of proofs,
-/// a reliable proof outweighs unreliable ones. Never UNKNOWN.
-status_t expectedStatus(const QDomElement& goal);
 
 } // namespace pos

@@ -2,7 +2,7 @@
 
 #include "base/XmlFile.h"
 #include "pos/document_text.h"
-#include "pos/pos_p.h"
+#include "pos/goal_status.h"
 #include "pos/walk.h"
 
 #include <QHash>

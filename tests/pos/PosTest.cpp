@@ -1,6 +1,6 @@
 // Status words, operations on whole documents, totals.
 
-#include "pos/pos_p.h"
+#include "pos/goal_status.h"
 #include "pos/walk.h"
 #include "tests/support/Golden.h"
 #include "tests/support/Support.h"
