@@ -1,0 +1,8 @@
+#pragma once
+
+// The commands, one source each. Each gets the words after its name, prints its answer on standard
+// output and returns it, or throws CannotAnswer.
+
+#include "mechtool/Command.h"
+
+answer_t runNew(const QStringList& words);

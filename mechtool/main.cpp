@@ -1,0 +1,118 @@
+// The program: the table of commands, and what is common to their ends.
+
+#include "base/Process.h"
+#include "mechtool/Command.h"
+#include "mechtool/Text.h"
+#include "mechtool/commands.h"
+
+#include <QCoreApplication>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <new>
+
+namespace
+{
+
+const Command COMMANDS[] = {
+    {"new", "make a fresh POS file", runNew},
+};
+
+QString listOfCommands()
+{
+    Table table({QString(), QString()});
+    for (const Command& command : COMMANDS) {
+        table.row({QString::fromUtf8(command.name), QString::fromUtf8(command.summary)});
+    }
+    return QStringLiteral("Usage: mechtool COMMAND [options] [files]\n\n"
+                          "External provers over the proof obligations of a component.\n") +
+           table.text() +
+           QStringLiteral("\n\"mechtool COMMAND --help\" says everything about one of them.\n"
+                          "Exit status: 0 yes or done, 1 the answer is no, 2 no answer.\n");
+}
+
+const Command* commandNamed(const QString& name)
+{
+    for (const Command& command : COMMANDS) {
+        if (name == QLatin1String(command.name)) {
+            return &command;
+        }
+    }
+    return nullptr;
+}
+
+/// The line of an error; `command` is empty as long as none is known.
+void complain(const QString& command, const QString& line)
+{
+    std::cerr << "mechtool" << (command.isEmpty() ? "" : " ") << command.toStdString() << ": "
+              << line.toStdString() << std::endl;
+}
+
+/// Ends the output; throws when it did not arrive.
+void flushOutput()
+{
+    if (!std::cout.flush()) {
+        throw CannotAnswer(QStringLiteral("standard output cannot be written: %1: what is missing "
+                                          "of it is lost")
+                               .arg(QString::fromLocal8Bit(std::strerror(errno))));
+    }
+}
+
+/// What there is to do without a command; the answer.
+answer_t runWithoutCommand(const QString& word)
+{
+    if (word.isEmpty() || word == QLatin1String("help") || word == QLatin1String("--help") ||
+        word == QLatin1String("-h")) {
+        print(listOfCommands());
+        return answer_t::yes;
+    }
+    if (word == QLatin1String("--version")) {
+        print(QStringLiteral("mechtool " MECHTOOL_VERSION "\n"));
+        return answer_t::yes;
+    }
+    throw CannotAnswer(QStringLiteral("there is no command \"%1\": \"mechtool help\" lists them")
+                           .arg(shown(word)));
+}
+
+/// Runs the command, or what there is to do without one; its answer is lost when it cannot be
+/// printed.
+answer_t run(const Command* command, const QStringList& words)
+{
+    try {
+        const answer_t answer =
+            command == nullptr ? runWithoutCommand(words.value(0)) : command->run(words.mid(1));
+        flushOutput();
+        return answer;
+    } catch (const CannotAnswer& error) {
+        std::cout.flush();
+        complain(command == nullptr ? QString() : words.first(), QString::fromUtf8(error.what()));
+    } catch (const std::bad_alloc&) {
+        std::fputs("mechtool: out of memory: the file is too large for this machine\n", stderr);
+    }
+    return answer_t::none;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    prepareProcess();
+    QStringList words;
+    for (int i = 1; i < argc; ++i) {
+        words << QString::fromUtf8(argv[i]);
+    }
+    // "mechtool help COMMAND" is what people try.
+    if (words.size() == 2 && words.first() == QLatin1String("help")) {
+        words = QStringList{words.last(), QStringLiteral("--help")};
+    }
+    const Command* command = commandNamed(words.value(0));
+    // The help of a command begins with these words.
+    std::string title = command == nullptr ? "mechtool" : std::string("mechtool ") + command->name;
+    char* titles[] = {title.data(), nullptr};
+    int count = 1;
+    const QCoreApplication application(count, titles);
+    useUtf8Everywhere(); // which the application has set by the locale
+    return static_cast<int>(run(command, words));
+}

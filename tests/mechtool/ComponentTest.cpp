@@ -1,0 +1,91 @@
+// Names of goals, and the view of a component.
+
+#include "mechtool/Component.h"
+#include "mechtool/Command.h"
+#include "mechtool/Text.h"
+#include "tests/support/Support.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+component_t componentOf(const std::vector<QString>& tags)
+{
+    component_t component;
+    QDomDocument document;
+    QDomElement root = document.createElement(QStringLiteral("Proof_Obligations"));
+    document.appendChild(root);
+    for (const QString& tag : tags) {
+        QDomElement obligation = document.createElement(pos::TAG_PROOF_OBLIGATION);
+        QDomElement name = document.createElement(pos::TAG_TAG);
+        name.appendChild(document.createTextNode(tag));
+        obligation.appendChild(name);
+        obligation.appendChild(document.createElement(pos::TAG_SIMPLE_GOAL));
+        obligation.appendChild(document.createElement(pos::TAG_SIMPLE_GOAL));
+        root.appendChild(obligation);
+    }
+    return viewOf(document, QStringLiteral("c.pos"));
+}
+
+TEST(Component, AGoalIsFoundByEveryNameUnderWhichItIsShown)
+{
+    const QString escape = QStringLiteral("a\x1b[2J");
+    const component_t component =
+        componentOf({QStringLiteral("a"), QStringLiteral("a"), QStringLiteral("a.b"),
+                     QStringLiteral("x#2"), QStringLiteral("x"), QStringLiteral("x"), escape});
+    const struct {
+        const char* name;
+        std::optional<address_t> goal;
+    } rows[] = {
+        {"a.1", address_t(0, 0)},
+        {"a.2", address_t(0, 1)},
+        {"a#2.1", address_t(1, 0)},
+        {"a.b.2", address_t(2, 1)},
+        {"x#2.1", address_t(3, 0)},
+        {"x.1", address_t(4, 0)},
+        {"x#3.1", address_t(5, 0)},
+        {"a\\x1b[2J.1", address_t(6, 0)},
+        {"a\x1b[2J.1", address_t(6, 0)},
+        {"a.0", {}},
+        {"a.3", {}},
+        {"a#1.1", {}},
+        {"a", {}},
+        {"a.-1", {}},
+        {"", {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(goalOfName(component, QString::fromUtf8(row.name)), row.goal);
+    }
+    for (std::size_t i = 0; i < component.obligations.size(); ++i) {
+        EXPECT_EQ(goalOfName(component, goalName(component, {i, 1})), address_t(i, 1));
+    }
+    EXPECT_EQ(nearestGoals(component, QStringLiteral("A.c.2"), 1),
+              QStringList{QStringLiteral("a.b.2")});
+}
+
+TEST(Component, WhatWouldMoveTheCursorIsShownAsAnEscape)
+{
+    const struct {
+        const char* name;
+        const char* shown;
+    } rows[] = {
+        {"put_ring", "put_ring"},
+        {"\xc3\xa9 \xf0\x9d\x94\xb8", "\xc3\xa9 \xf0\x9d\x94\xb8"},
+        {"a\\n", "a\\\\n"},
+        {"a\n\t\r", "a\\n\\t\\r"},
+        {"\x1b]0;x\x07\x7f", "\\x1b]0;x\\x07\\x7f"},
+        {"\xc2\x9b", "\\x9b"},
+        {"\xe2\x80\xae"
+         "abc",
+         "\\u202eabc"},
+        {"\xf3\xa0\x80\x81", "\\U000e0001"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(shown(QString::fromUtf8(row.name)), QString::fromUtf8(row.shown));
+    }
+    EXPECT_EQ(shown(QString(QChar(0xd800))), QStringLiteral("\\ud800"));
+}
+
+} // namespace
