@@ -90,7 +90,7 @@ private:
 
 PairResult refused(int error)
 {
-    return {PairEnd::Refused, {}, qt_error_string(error)};
+    return {PairEnd::Refused, {}, qt_error_string(error), {}, {}};
 }
 
 /// Waits for `child` to end, or for too much output. False, with the reason in `errno`, when the
@@ -114,53 +114,56 @@ bool awaitEnd(const Child& child, Output& output)
     return true;
 }
 
-/// Waits for both children and tells how they ended. One that still runs is left to its object.
-PairResult awaitPair(Child& prover, Child& reader, Output& output)
+/// Waits for both children and tells how they ended together; `error` says why that did not go.
+PairEnd awaitPair(Child& prover, Child& reader, Output& output, int& error)
 {
     if (!awaitEnd(prover, output)) {
-        return refused(errno);
+        error = errno;
+        return PairEnd::Refused;
     }
-    if (!output.isTooMuch() && prover.reapCrashed()) {
-        return {PairEnd::ProverCrashed, {}, {}};
+    if (!output.isTooMuch() && prover.reap().crashed) {
+        return PairEnd::ProverCrashed;
     }
     if (!awaitEnd(reader, output)) {
-        return refused(errno);
+        error = errno;
+        return PairEnd::Refused;
     }
     if (!output.isTooMuch()) {
-        if (reader.reapCrashed()) {
-            return {PairEnd::ReaderCrashed, {}, {}};
+        if (reader.reap().crashed) {
+            return PairEnd::ReaderCrashed;
         }
         output.takeRest();
     }
-    if (output.isTooMuch()) {
-        return {PairEnd::TooMuch, {}, {}};
-    }
-    return {PairEnd::Read, output.text(), {}};
+    return output.isTooMuch() ? PairEnd::TooMuch : PairEnd::Read;
 }
 
-WriterEnd runWriterIn(const GroupLease& group, const Arguments& arguments, int& error)
+WriterResult runWriterIn(const GroupLease& group, const Arguments& arguments, int errors)
 {
+    WriterResult result;
     const Descriptor null(openNull());
     if (!null.isOpen()) {
-        error = errno;
-        return WriterEnd::NotStarted;
+        result.end = WriterEnd::NotStarted;
+        result.writer.error = errno;
+        return result;
     }
-    const Streams streams(null.number(), null.number(), null.number(), group.lifeline());
+    const Streams streams(null.number(), null.number(), errors < 0 ? null.number() : errors,
+                          group.lifeline());
     Child child;
     const bool open = group.start([&] {
-        error = child.start(arguments, streams, group.id());
+        child.start(arguments, streams, group.id());
     });
     if (!open) {
-        return WriterEnd::Stopped;
+        return result;
     }
-    if (!child.isRunning()) {
-        return WriterEnd::NotStarted;
-    }
-    return child.reapCrashed() ? WriterEnd::Crashed : WriterEnd::Exited;
+    result.writer = child.reap();
+    result.end = !result.writer.started  ? WriterEnd::NotStarted
+                 : result.writer.crashed ? WriterEnd::Crashed
+                                         : WriterEnd::Exited;
+    return result;
 }
 
-PairResult runPairIn(const GroupLease& group, const Arguments& prover, const QString& input,
-                     const Arguments& reader, std::size_t most)
+PairResult runPairIn(const GroupLease& group, const Arguments& prover, const Arguments& reader,
+                     const PairRun& run)
 {
     const Descriptor null(openNull());
     Pipe between;
@@ -168,16 +171,17 @@ PairResult runPairIn(const GroupLease& group, const Arguments& prover, const QSt
     if (!null.isOpen() || !between.open() || !results.open()) {
         return refused(errno);
     }
-    const Descriptor file(input.isEmpty() ? openNull() : openInput(input));
+    const Descriptor file(run.input.isEmpty() ? openNull() : openInput(run.input));
     int proving = file.isOpen() ? 0 : errno;
     int reading = 0;
 
     // All that takes memory is made before the first child.
     const int lifeline = group.lifeline();
-    const Streams proverStreams(file.number(), between.toWrite.number(), null.number(), lifeline);
-    const Streams readerStreams(between.toRead.number(), results.toWrite.number(), null.number(),
+    const int errors = run.errors < 0 ? null.number() : run.errors;
+    const Streams proverStreams(file.number(), between.toWrite.number(), errors, lifeline);
+    const Streams readerStreams(between.toRead.number(), results.toWrite.number(), errors,
                                 lifeline);
-    Output output(std::move(results.toRead), most);
+    Output output(std::move(results.toRead), run.most);
     Child provers;
     Child readers;
     const bool open = group.start([&] {
@@ -193,41 +197,51 @@ PairResult runPairIn(const GroupLease& group, const Arguments& prover, const QSt
     }
     between.close();
     results.close();
-    if (isRefusal(proving) || isRefusal(reading)) {
-        return refused(isRefusal(proving) ? proving : reading);
+    PairResult result;
+    int error = isRefusal(proving) ? proving : reading;
+    result.end = isRefusal(error) ? PairEnd::Refused : awaitPair(provers, readers, output, error);
+    result.prover = provers.killAndReap();
+    result.prover.error = proving;
+    result.reader = readers.killAndReap();
+    if (result.end == PairEnd::Refused) {
+        result.refusal = qt_error_string(error);
+    } else if (result.end == PairEnd::Read) {
+        result.output = output.text();
     }
-    return awaitPair(provers, readers, output);
+    return result;
 }
 
 } // namespace
 
-WriterEnd runWriter(const Command& writer, ProcessGroups& groups)
+WriterResult runWriter(const WriterRun& run, ProcessGroups& groups)
 {
-    const Arguments arguments(writer);
+    const Arguments arguments(run.writer);
     for (;;) {
         GroupLease group(groups);
         if (!group) {
-            return group.error() == 0 ? WriterEnd::Stopped : WriterEnd::NotStarted;
+            WriterResult none;
+            none.end = group.error() == 0 ? WriterEnd::Stopped : WriterEnd::NotStarted;
+            none.writer.error = group.error();
+            return none;
         }
-        int error = 0;
-        const WriterEnd end = runWriterIn(group, arguments, error);
-        if (end != WriterEnd::NotStarted || !isRefusal(error) || !group.giveUp()) {
-            return end;
+        WriterResult result = runWriterIn(group, arguments, run.errors);
+        if (result.end != WriterEnd::NotStarted || !isRefusal(result.writer.error) ||
+            !group.giveUp()) {
+            return result;
         }
     }
 }
 
-PairResult runPair(const Command& prover, const QString& input, const Command& reader,
-                   std::size_t most, ProcessGroups& groups)
+PairResult runPair(const PairRun& run, ProcessGroups& groups)
 {
-    const Arguments proverWords(prover);
-    const Arguments readerWords(reader);
+    const Arguments prover(run.prover);
+    const Arguments reader(run.reader);
     for (;;) {
         GroupLease group(groups);
         if (!group) {
             return group.error() == 0 ? PairResult() : refused(group.error());
         }
-        PairResult result = runPairIn(group, proverWords, input, readerWords, most);
+        PairResult result = runPairIn(group, prover, reader, run);
         if (result.end != PairEnd::Refused || !group.giveUp()) {
             return result;
         }

@@ -19,10 +19,21 @@
 
 enum class WriterEnd { Exited, Crashed, NotStarted, Stopped };
 
-/// Runs `writer` to its end, without a time limit. Its standard input is empty and its output is
+/// What to run as a writer.
+struct WriterRun {
+    Command writer;
+    int errors = -1; ///< an open file that takes its standard error; negative: nobody reads it
+};
+
+struct WriterResult {
+    WriterEnd end = WriterEnd::Stopped;
+    ChildEnd writer;
+};
+
+/// Runs a writer to its end, without a time limit. Its standard input is empty and its output is
 /// discarded. `NotStarted`: it cannot be executed, or the system had no room for it. `Stopped`:
 /// `groups` was closed and nothing was started.
-WriterEnd runWriter(const Command& writer, ProcessGroups& groups);
+WriterResult runWriter(const WriterRun& run, ProcessGroups& groups);
 
 enum class PairEnd {
     Read,          ///< both ended by themselves (or were programs that cannot be executed)
@@ -33,16 +44,25 @@ enum class PairEnd {
     Stopped        ///< the groups were closed before the start
 };
 
+/// What to run as a prover and its reader.
+struct PairRun {
+    Command prover;
+    QString input; ///< the file on the prover's standard input; empty: an empty input
+    Command reader;
+    std::size_t most = 0; ///< bytes that the reader may print
+    int errors = -1;      ///< as for a writer, for both
+};
+
 struct PairResult {
     PairEnd end = PairEnd::Stopped;
     QByteArray output; ///< all that the reader printed on its standard output
     QString refusal;   ///< why the system refused a start
+    ChildEnd prover;
+    ChildEnd reader;
 };
 
-/// Runs `prover` with the file `input` on its standard input (empty input when `input` is empty)
-/// and its output piped into `reader`, until both have ended, without a time limit. A prover whose
-/// input cannot be opened counts as one that cannot be executed. The reader's output is what was
-/// printed up to its end: a process that it leaves behind with its output open is not waited for.
-/// A reader that prints more than `most` bytes is killed.
-PairResult runPair(const Command& prover, const QString& input, const Command& reader,
-                   std::size_t most, ProcessGroups& groups);
+/// Runs the prover with its output piped into the reader, until both have ended, without a time
+/// limit. A prover whose input cannot be opened counts as one that cannot be executed. The reader's
+/// output is what was printed up to its end: a process that it leaves behind with its output open
+/// is not waited for. A reader that prints more than `most` bytes is killed.
+PairResult runPair(const PairRun& run, ProcessGroups& groups);

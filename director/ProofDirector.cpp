@@ -7,10 +7,12 @@
 #include "base/Process.h"
 #include "base/SavedFile.h"
 #include "director/ProcessGroups.h"
+#include "director/ProofDirectorObserver.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
 #include "pos/document_text.h"
 
+#include <ostream>
 #include <sstream>
 
 ProofDirector::ProofDirector(const std::string& componentName, const std::string& mechanismFile,
@@ -18,10 +20,16 @@ ProofDirector::ProofDirector(const std::string& componentName, const std::string
                              const std::string& directory, bool xmlReport, unsigned int workers,
                              int traceLevel, const std::string& onlyDriver,
                              const std::string& onlyGoal, bool onlyFast)
-    : driverFilter(QString::fromStdString(onlyDriver)),
-      goalFilter(QString::fromStdString(onlyGoal)), pos(QString::fromStdString(posPath)),
-      pog(QString::fromStdString(pogPath)), dir(QString::fromStdString(directory)), xml(xmlReport),
-      concurrency(workers), trace(traceLevel), fastOnly(onlyFast), component(componentName),
+    : ProofDirector({componentName, mechanismFile, posPath, pogPath, directory, xmlReport, workers,
+                     traceLevel, onlyDriver, onlyFast, onlyGoal, std::nullopt})
+{
+}
+
+ProofDirector::ProofDirector(const ProofDirectorSettings& asked)
+    : settings(asked), modelRun(asked.onlyGoalAt || !asked.onlyGoal.empty()),
+      driverFilter(QString::fromStdString(asked.onlyDriver)),
+      pos(QString::fromStdString(asked.posPath)), pog(QString::fromStdString(asked.pogPath)),
+      dir(QString::fromStdString(asked.directory)), xml(asked.xmlReport),
       processes(std::make_unique<ProcessGroups>()), text(std::make_unique<pos::DocumentText>()),
       saves(std::make_unique<SaveGroup>(
           [this] {
@@ -33,19 +41,19 @@ ProofDirector::ProofDirector(const std::string& componentName, const std::string
       posFile(std::make_unique<SavedFile>(pos))
 {
     useUtf8Everywhere();
-    loaded = mechanism::ofFile(QString::fromStdString(mechanismFile), mechanism);
-    if (trace == TRACE_PROGRESS) {
+    loaded = mechanism::ofFile(QString::fromStdString(settings.mechanismFile), mechanism);
+    if (settings.traceLevel == TRACE_PROGRESS) {
         std::ostringstream lines;
-        lines << LOG_PREFIX << "Created a ProofDirector for " << component << " from "
-              << mechanismFile << "\nxml: " << xml << " concurrency: " << concurrency
-              << " loaded: " << loaded << " trace: " << trace << "\n";
+        lines << LOG_PREFIX << "Created a ProofDirector for " << settings.component << " from "
+              << settings.mechanismFile << "\nxml: " << xml << " concurrency: " << settings.workers
+              << " loaded: " << loaded << " trace: " << settings.traceLevel << "\n";
         writeLog(lines.str());
     }
 }
 
 ProofDirector::~ProofDirector()
 {
-    traceLine("Destroyed ProofDirector for component " + component);
+    traceLine("Destroyed ProofDirector for component " + settings.component);
 }
 
 bool ProofDirector::isLoaded() const
@@ -83,14 +91,32 @@ void ProofDirector::addError(const QString& message)
     errors.append(message);
 }
 
+/// Something of a job has failed: a line for the log, which is silent when an observer is told, and
+/// a message for those who ask later.
+void ProofDirector::tellFailure(const std::string& line, const QString& message)
+{
+    if (settings.observer == nullptr) {
+        writeLog(line);
+    }
+    addError(message);
+}
+
+/// Writes to the report in one piece.
+void ProofDirector::report(const std::string& words) const
+{
+    if (settings.report != nullptr) {
+        *settings.report << words << std::flush;
+    }
+}
+
 std::string ProofDirector::tracedLine(const std::string& line) const
 {
-    return trace == TRACE_PROGRESS ? LOG_PREFIX + line + "\n" : std::string();
+    return settings.traceLevel == TRACE_PROGRESS ? LOG_PREFIX + line + "\n" : std::string();
 }
 
 void ProofDirector::traceLine(const std::string& line) const
 {
-    if (trace == TRACE_PROGRESS) {
+    if (settings.traceLevel == TRACE_PROGRESS) {
         writeLog(tracedLine(line));
     }
 }

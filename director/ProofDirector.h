@@ -13,17 +13,22 @@
 //
 // Failures are results and message lines, never exceptions of its own: a file that cannot be read
 // or written makes the operation return false; a child that fails is reported on the standard log
-// stream and collected in `getErrors`, and the run goes on. Words that the formats do not know and
-// addresses out of range raise std::out_of_range. `play` and `replay` pass it on from whichever
-// thread raised it, once the workers have ended and the secondary files are removed.
+// stream, or to the observer, and collected in `getErrors`, and the run goes on. Words that the
+// formats do not know and addresses out of range raise std::out_of_range. `play` and `replay` pass
+// it on from whichever thread raised it, once the workers have ended and the secondary files are
+// removed.
 //
 // A director is made, loaded, played and destroyed by one thread. `stop` may be called from any
 // other thread at any time between construction and destruction; the worker bodies (`writeJob`,
 // `proveJob`, `writeAndProveJob`) from several threads at once after `prepareDriver`.
 //
+// A program that wants to see the jobs while they run gives the director an observer
+// (director/ProofDirectorObserver.h).
+//
 // Files and arguments are UTF-8 texts; making a director makes UTF-8 the encoding that Qt uses
 // towards the system, for the whole process.
 
+#include "director/ProofDirectorSettings.h"
 #include "mechanism/Mechanism.h"
 #include "pos/pos.h"
 
@@ -39,6 +44,7 @@
 #include <iosfwd>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -48,7 +54,12 @@ class ProcessGroups;
 class ResultLines;
 class SavedFile;
 class SaveGroup;
+enum class job_end_t : int;
 enum class verdict_t : int;
+enum class WriterEnd;
+struct PairResult;
+struct WriterResult;
+struct job_ended_t;
 
 namespace pos
 {
@@ -91,15 +102,10 @@ public:
         addresses_t po_addresses;
     };
 
-    /// Reads the mechanism file at `mechanismFile`; `isLoaded` tells whether that went well.
-    ///
-    /// `componentName` names the component in the report. `posPath` and `pogPath` are its status
-    /// and proof-obligation files, `directory` takes the secondary files. `xmlReport` selects the
-    /// XML-like report, `workers` the number of worker threads (1: no thread, 0: no job runs),
-    /// `traceLevel` the trace level (1 enables the progress lines). When `onlyDriver` is not empty
-    /// only the driver of that name is played; `onlyGoal`, an obligation name, "." and a goal
-    /// number counted from 1, restricts the play to one goal, whose status then never changes;
-    /// `onlyFast` skips the drivers that are not marked fast.
+    /// Reads the mechanism file; `isLoaded` tells whether that went well.
+    explicit ProofDirector(const ProofDirectorSettings& settings);
+
+    /// The same with the settings of these names, without limits and without an observer.
     ProofDirector(const std::string& componentName, const std::string& mechanismFile,
                   const std::string& posPath, const std::string& pogPath,
                   const std::string& directory, bool xmlReport, unsigned int workers,
@@ -141,8 +147,8 @@ public:
     /// and plays the drivers.
     void play();
 
-    /// Replay: loads the POS document and plays the drivers; when it cannot be loaded, says so on
-    /// standard output.
+    /// Replay: loads the POS document and plays the drivers; when it cannot be loaded, says so in
+    /// the report.
     void replay();
 
     /// Kills every running writer, prover and reader with all that they started in their process
@@ -160,8 +166,8 @@ public:
     /// index out of range raises std::out_of_range.
     void prepareDriver(std::size_t index);
 
-    /// Appends the batches of goals for the current driver: one per obligation, perhaps empty; with
-    /// a goal filter one that holds the named goal, or none.
+    /// Appends the batches of goals for the current driver: one per obligation, perhaps empty; in a
+    /// play of one goal one that holds this goal, or none.
     void selectForDriver(std::vector<addresses_t>& batches);
 
     /// Replaces the writer runs of the current driver by those for `batches`. `directory` takes the
@@ -173,7 +179,8 @@ public:
     void produceProverData();
 
     /// Worker bodies: take jobs of the current driver, until none is left, and write, prove, or
-    /// write and prove each. Each job is taken at most once to be written and once to be proved.
+    /// write and prove each. Each job is taken at most once to be written and once to be proved;
+    /// nobody may prove a job that another worker still writes.
     void writeJob();
     void proveJob();
     void writeAndProveJob();
@@ -211,31 +218,37 @@ private:
     void reportFailedSave(const std::error_code& failure) const;
 
     // ProofDirector_select.cpp
+    std::optional<address_t> onlyGoal() const;
     writer_data_t writerRun(const QString& file, const QStringList& goalWords,
                             const QString& inputFile, const addresses_t& positions) const;
 
     // ProofDirector_work.cpp
 
-    /// What has become of a job.
+    /// What has become of a job. All but the first belongs to whoever runs the job.
     struct job_state_t {
         bool proofTaken = false;                     ///< it was handed out for writing and proving
         bool failed = false;                         ///< it must not be proved
         std::chrono::steady_clock::time_point begun; ///< when its writer, or else its prover, began
+
+        /// What the observer is going to be told; null without one, and once it was told.
+        std::unique_ptr<job_ended_t> record;
     };
 
-    job_state_t beginJob(std::size_t index);
+    job_state_t& beginJob(std::size_t index);
     bool takeJobToWrite(bool proves, std::size_t& index);
     bool takeJobToProve(std::size_t& index);
     void abandonJobs();
-    static void attempt(const std::function<void()>& job);
-    void runJobs(const std::function<bool()>& job);
+    void attempt(const std::size_t& index, const std::function<void()>& job);
+    void runJobs(const std::function<bool(std::size_t& index)>& take,
+                 const std::function<void(std::size_t index)>& run);
     void runInline();
     void runWorkers();
     void traceWriting(std::size_t index) const;
     void traceProving(std::size_t index) const;
 
     // ProofDirector_write.cpp
-    bool removeLeftFile(std::size_t index);
+    bool removeLeftFile(const QString& file, job_state_t& state);
+    void judgeWriter(const writer_data_t& run, const WriterEnd& end, bool found);
 
     // ProofDirector_prove.cpp
 
@@ -245,19 +258,33 @@ private:
         std::string report;
     };
 
-    bool runProver(const prover_data_t& job, QByteArray& output);
+    PairResult runProver(const prover_data_t& job);
+    job_end_t judgePair(const prover_data_t& job, const PairResult& result);
+    job_end_t stoppedOr(job_end_t crash) const;
     bool hasExpectedCount(const prover_data_t& job, std::size_t found);
-    void mergeResults(const prover_data_t& job, ResultLines& lines,
-                      std::chrono::steady_clock::time_point begun);
-    static void tell(const story_t& story);
-    bool reportResults(const prover_data_t& job, ResultLines& lines, story_t& story);
-    void reportHeadings(std::size_t obligation, std::string& report);
+    void mergeResults(const prover_data_t& job, const QByteArray& output, job_state_t& state);
+    void tell(const story_t& story) const;
+    bool reportResults(const prover_data_t& job, ResultLines lines, story_t& story,
+                       job_ended_t* record);
+    void reportHeadings(std::size_t obligation, std::string& marks);
     void applyResult(const address_t& address, const verdict_t& verdict, std::string& traced);
 
     // ProofDirector_update.cpp
     void updateStatus(const address_t& address, const verdict_t& verdict);
 
+    // ProofDirector_observe.cpp
+    void announceDriver(std::size_t index);
+    void announceJob(std::size_t index, job_state_t& state);
+    std::vector<QStringList> driversOfGoals(std::size_t goals, const QStringList& later) const;
+    bool endJob(std::size_t index);
+    bool loseJob(std::size_t index, const job_end_t& end);
+    void endAllJobs();
+    static void recordWriter(const writer_data_t& run, const WriterResult& result, bool found,
+                             job_state_t& state);
+    static void recordPair(const prover_data_t& job, const PairResult& result, job_state_t& state);
+
     // ProofDirector_play.cpp
+    bool isPlayed(const mechanism::driver_t& candidate) const;
     void playDrivers();
     void playDriver(std::size_t index);
     void removeSecondaryFiles();
@@ -265,6 +292,8 @@ private:
     // ProofDirector.cpp
 
     void addError(const QString& message);
+    void tellFailure(const std::string& line, const QString& message);
+    void report(const std::string& words) const;
 
     /// A progress line, prefixed; empty unless the trace level asks for it.
     std::string tracedLine(const std::string& line) const;
@@ -273,22 +302,18 @@ private:
     void traceLine(const std::string& line) const;
 
     // Set at construction, only read afterwards.
+    const ProofDirectorSettings settings;
+    const bool modelRun; ///< one goal is played for a model, and keeps its status
+    const QString driverFilter;
+    const QString pos;
+    const QString pog;
+    const QString dir;
+    const bool xml;
     bool loaded = false;
     mechanism::mechanism_t mechanism;
-    QString driverFilter;
-    QString goalFilter;
-    QString pos;
-    QString pog;
-    QString dir;
-    bool xml = false;
-    unsigned int concurrency = 1;
-    int trace = 0;
-    bool fastOnly = false;
 
     /// The POS document. Guarded by `domMutex`, as are the goal records and the counters below.
     QDomDocument dom;
-
-    std::string component; // set at construction
 
     /// Messages about failed children. Guarded by `entryMutex`.
     QStringList errors;
@@ -301,7 +326,7 @@ private:
     std::size_t nextEntry = 0;
     std::size_t nextProof = 0;
 
-    std::vector<job_state_t> jobStates; ///< one per job; guarded by `entryMutex`
+    std::vector<job_state_t> jobStates; ///< one per job; `entryMutex` guards who runs which
     mutable std::mutex entryMutex;
 
     /// The driver being played. Changed between the workers of two drivers only.

@@ -17,19 +17,20 @@
 #include <utility>
 #include <vector>
 
-/// How a job ended. In all cases but `read` no record of its goals has changed.
+/// How a job ended. In all cases but `read` no record of its goals has changed (but memory that ran
+/// out in the middle of a job's verdicts leaves those merged by then).
 enum class job_end_t : int {
-    read,         ///< the reader's lines were taken, one a goal
-    leftFile,     ///< what an earlier run left in the place of the secondary file cannot be removed
+    read,     ///< the reader's lines were taken, one a goal
+    leftFile, ///< what an earlier run left in the place of the secondary file cannot be removed
     proverCrashed,
     readerCrashed,
-    wrongCount,   ///< more or fewer lines than goals
-    tooMuch,      ///< the reader printed without end
-    refused,      ///< the system had no room to start the prover or the reader
-    timeLimit,    ///< the prover ran longer than the settings allow, and was killed
-    memoryLimit,  ///< the prover failed under the memory limit of the settings
-    outOfMemory,  ///< this process has no memory left for the job
-    stopped,      ///< by `stop`
+    wrongCount,  ///< more or fewer lines than goals
+    tooMuch,     ///< the reader printed without end
+    refused,     ///< the system had no room to start the prover or the reader
+    timeLimit,   ///< the prover ran longer than the settings allow, and was killed
+    memoryLimit, ///< the prover failed under the memory limit of the settings
+    outOfMemory, ///< this process has no memory left for the job
+    stopped, ///< by `stop`, or its driver was ended before it was proved, by an exception for one
 };
 
 /// What became of one tool of a job.
@@ -39,7 +40,9 @@ struct tool_run_t {
     int signal = 0;              ///< the signal that ended it, 0 for none
     int status = 0;              ///< its exit status, when no signal ended it
     double processorSeconds = 0; ///< of the tool and of the children that it waited for
-    std::int64_t peakKiB = 0;    ///< the largest resident memory of one of them
+    /// The largest resident memory of one of them; 0 when it cannot be told: where it is not larger
+    /// than that of this process, which the system counts in.
+    std::int64_t peakKiB = 0;
 };
 
 /// A program and its arguments, as it was started.
@@ -74,21 +77,21 @@ struct job_ended_t {
     job_end_t end = job_end_t::read;
     /// A word a goal, "Proved", "Unknown" or "Disproved"; null where the reader's line was none of
     /// them. Empty unless the job was `read`.
-    QStringList verdicts;
-    QByteArray model;        ///< what the reader printed after the verdict, when one was asked for
-    std::size_t found = 0;   ///< lines of the reader
-    std::size_t wanted = 0;  ///< one a goal
-    QString reason;          ///< the system's words, where it refused something
-    double wallSeconds = 0;  ///< from the begin of the job to the end of its tools
-    tool_run_t writer;
-    tool_run_t prover;
-    tool_run_t reader;
-    tool_command_t writerCommand;
-    tool_command_t proverCommand;
-    tool_command_t readerCommand;
-    QString secondaryFile;
+    QStringList verdicts = {};
+    QByteArray model = {};  ///< what the reader printed after the verdict, when one was asked for
+    std::size_t found = 0;  ///< lines of the reader
+    std::size_t wanted = 0; ///< one a goal
+    QString reason = {};    ///< the system's words, where it refused something
+    double wallSeconds = 0; ///< from the begin of the job to the end of its tools
+    tool_run_t writer = {};
+    tool_run_t prover = {};
+    tool_run_t reader = {};
+    tool_command_t writerCommand = {};
+    tool_command_t proverCommand = {};
+    tool_command_t readerCommand = {};
+    QString secondaryFile = {};
     bool hasSecondaryFile = false; ///< whether it was there when the writer had ended
-    QByteArray errorOutput;        ///< the tools' standard error, when the settings ask for it
+    QByteArray errorOutput = {};   ///< the tools' standard error, when the settings ask for it
 };
 
 /// The base of an observer. Each function does nothing unless it is overridden.

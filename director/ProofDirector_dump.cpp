@@ -30,7 +30,7 @@ std::ostream& operator<<(std::ostream& out, const ProofDirector& director)
     out << "dir: " << director.dir.toStdString() << std::endl;
     out << "loaded: " << (director.loaded ? 1 : 0) << std::endl;
     out << "mechanism:" << director.mechanism << std::endl;
-    return out << "concurrency:" << director.concurrency << std::endl;
+    return out << "concurrency:" << director.settings.workers << std::endl;
 }
 
 std::ostream& operator<<(std::ostream& out, const ProofDirector::writer_data_t& data)

@@ -62,6 +62,14 @@ public:
         return text.mid(begin, end < 0 ? -1 : end - begin);
     }
 
+    /// All that is left, every line ended.
+    QByteArray takeRest()
+    {
+        const QByteArray rest = atEnd() ? QByteArray() : text.mid(next) + '\n';
+        next = text.size() + 1;
+        return rest;
+    }
+
 private:
     QByteArray text;
     int next = 0;

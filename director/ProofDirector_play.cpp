@@ -9,7 +9,6 @@
 #include "director/SaveGroup.h"
 
 #include <chrono>
-#include <iostream>
 #include <unistd.h>
 
 namespace
@@ -42,17 +41,22 @@ void ProofDirector::replay()
         return;
     }
     traceLine("Loading POS file failed.");
-    std::cout << (xml ? "<error>" : "") << "Error " << component << " .pos"
-              << (xml ? "</error>" : "") << std::endl;
+    report((xml ? "<error>Error " : "Error ") + settings.component + " .pos" +
+           (xml ? "</error>\n" : "\n"));
+}
+
+/// Whether the settings leave a driver to be played.
+bool ProofDirector::isPlayed(const mechanism::driver_t& candidate) const
+{
+    return (driverFilter.isEmpty() || driverFilter == candidate.name) &&
+           (!settings.onlyFast || candidate.fast);
 }
 
 void ProofDirector::playDrivers()
 {
     for (std::size_t i = 0; i < mechanism.drivers.size() && !processes->isClosed(); ++i) {
-        const mechanism::driver_t& candidate = mechanism.drivers[i];
-        const bool filtered = !driverFilter.isEmpty() && driverFilter != candidate.name;
-        driver = candidate;
-        if (!filtered && (!fastOnly || candidate.fast)) {
+        driver = mechanism.drivers[i];
+        if (isPlayed(driver)) {
             playDriver(i);
         }
     }
@@ -64,11 +68,11 @@ void ProofDirector::playDriver(std::size_t index)
         "Playing " + std::to_string(index) + "-th driver (" + driver.name.toStdString() + ")";
     traceLine(playing);
     // No worker runs here, so the counters stand still; what `stop` needs is not held.
-    std::cout << (xml ? "<proofPass>" : "") << "\tProof driver " << driver.name.toStdString()
-              << ", still " << unprovedCount << " unproved PO" << (xml ? "</proofPass>" : "")
-              << std::endl;
+    report((xml ? "<proofPass>\tProof driver " : "\tProof driver ") + driver.name.toStdString() +
+           ", still " + std::to_string(unprovedCount) + " unproved PO" +
+           (xml ? "</proofPass>\n" : "\n"));
     traceLine(playing); // twice, on purpose
-    if (goalFilter.isEmpty()) {
+    if (!modelRun) {
         if (!hasWork()) {
             traceLine("Driver cannot improve proof status.");
             return;
@@ -77,14 +81,14 @@ void ProofDirector::playDriver(std::size_t index)
     }
     prepareDriver(index);
     try {
-        concurrency == 1 ? runInline() : runWorkers();
+        settings.workers == 1 ? runInline() : runWorkers();
     } catch (...) {
         finishDriver();
         throw;
     }
-    std::cout << std::endl;
+    report("\n");
     if (doneCount != 0) {
-        std::cout << (xml ? "</operation>" : "") << std::endl;
+        report(xml ? "</operation>\n" : "\n");
     }
     finishDriver();
 }
@@ -103,12 +107,14 @@ void ProofDirector::prepareDriver(std::size_t index)
         const std::lock_guard<std::mutex> lock(domMutex);
         doneCount = 0;
     }
+    announceDriver(index);
 }
 
 void ProofDirector::finishDriver()
 {
     processes->endIdle(); // before the files: what still lives may write them
     removeSecondaryFiles();
+    endAllJobs();
     proverData.clear();
     const std::lock_guard<std::mutex> lock(fileMutex);
     writerData.clear();

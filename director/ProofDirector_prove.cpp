@@ -7,12 +7,12 @@
 
 #include "base/LogLine.h"
 #include "director/ChildProcess.h"
+#include "director/ProofDirectorObserver.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
 #include "director/verdict.h"
 
 #include <algorithm>
-#include <iostream>
 #include <sstream>
 
 namespace
@@ -22,6 +22,11 @@ namespace
 /// on, must not take the memory of the machine.
 constexpr std::size_t OUTPUT_LIMIT = std::size_t(64) << 20;
 constexpr std::size_t OUTPUT_LIMIT_PER_GOAL = 256;
+
+std::size_t outputLimit(const ProofDirector::prover_data_t& job)
+{
+    return OUTPUT_LIMIT + job.po_addresses.size() * OUTPUT_LIMIT_PER_GOAL;
+}
 
 } // namespace
 
@@ -40,76 +45,91 @@ const std::map<pos::status_t, const char*> xmlOfStatus = {{pos::UNPROVED, "<m/>"
 void ProofDirector::proveEntry(const std::size_t& index)
 {
     const prover_data_t& job = proverData.at(index);
-    const job_state_t state = beginJob(index);
+    job_state_t& state = beginJob(index);
     if (state.failed) {
         return;
     }
     traceLine("Issuing proving command " + job.cmdp.toStdString() + " " +
               job.argsp.join(QLatin1Char(' ')).toStdString() + "\n and reading command " +
               job.cmdr.toStdString() + " " + job.argsr.join(QLatin1Char(' ')).toStdString());
-    QByteArray output;
-    if (!runProver(job, output)) {
-        return;
+    const PairResult result = runProver(job);
+    recordPair(job, result, state);
+    const job_end_t end = judgePair(job, result);
+    if (end == job_end_t::read) {
+        mergeResults(job, result.output, state);
+    } else if (state.record) {
+        state.record->end = end;
     }
-    traceLine("processing command output " + output.trimmed().toStdString());
-    ResultLines lines(output);
-    if (hasExpectedCount(job, lines.count())) {
-        mergeResults(job, lines, state.begun);
-    }
+    endJob(index);
 }
 
-/// Runs the two tools; false, with the reason logged, when there is nothing to read.
-bool ProofDirector::runProver(const prover_data_t& job, QByteArray& output)
+PairResult ProofDirector::runProver(const prover_data_t& job)
 {
     const bool fed = driver.prover.input == mechanism::input_t::standardInput;
-    const std::size_t most = OUTPUT_LIMIT + job.po_addresses.size() * OUTPUT_LIMIT_PER_GOAL;
-    PairResult result = runPair({job.cmdp, job.argsp}, fed ? job.inpath : QString(),
-                                {job.cmdr, job.argsr}, most, *processes);
+    PairRun run;
+    run.prover = {job.cmdp, job.argsp};
+    run.input = fed ? job.inpath : QString();
+    run.reader = {job.cmdr, job.argsr};
+    run.most = outputLimit(job);
+    return runPair(run, *processes);
+}
+
+/// Whether the output of a pair can be merged; if not, says why.
+job_end_t ProofDirector::judgePair(const prover_data_t& job, const PairResult& result)
+{
     switch (result.end) {
     case PairEnd::Read:
-        output = std::move(result.output);
-        return true;
+        traceLine("processing command output " + result.output.trimmed().toStdString());
+        return hasExpectedCount(job, ResultLines(result.output).count()) ? job_end_t::read
+                                                                         : job_end_t::wrongCount;
     case PairEnd::ProverCrashed:
-        writeLog("Driver prover crashed.\n");
-        addError(QObject::tr("Driver %1 prover crashed.").arg(driver.name));
-        return false;
+        tellFailure("Driver prover crashed.\n",
+                    QObject::tr("Driver %1 prover crashed.").arg(driver.name));
+        return stoppedOr(job_end_t::proverCrashed);
     case PairEnd::ReaderCrashed:
-        writeLog("Driver reader crashed.\n");
-        addError(QObject::tr("Driver %1 reader crashed.").arg(driver.name));
-        return false;
+        tellFailure("Driver reader crashed.\n",
+                    QObject::tr("Driver %1 reader crashed.").arg(driver.name));
+        return stoppedOr(job_end_t::readerCrashed);
     case PairEnd::TooMuch:
-        writeLog(LOG_PREFIX + ("Reader printed more than " + std::to_string(most)) +
-                 " bytes: the results of a job are lost.\n");
-        addError(QObject::tr("Driver %1 reader printed too much.").arg(driver.name));
-        return false;
+        tellFailure(LOG_PREFIX + ("Reader printed more than " + std::to_string(outputLimit(job))) +
+                        " bytes: the results of a job are lost.\n",
+                    QObject::tr("Driver %1 reader printed too much.").arg(driver.name));
+        return job_end_t::tooMuch;
     case PairEnd::Refused:
-        writeLog(LOG_PREFIX + ("Prover or reader refused: " + result.refusal.toStdString()) + "\n");
-        addError(QObject::tr("Driver %1 prover or reader could not be started.").arg(driver.name));
-        return false;
+        tellFailure(
+            LOG_PREFIX + ("Prover or reader refused: " + result.refusal.toStdString()) + "\n",
+            QObject::tr("Driver %1 prover or reader could not be started.").arg(driver.name));
+        return job_end_t::refused;
     case PairEnd::Stopped:
-        return false;
+        break;
     }
-    return false;
+    return job_end_t::stopped;
 }
 
-/// One line per goal is the whole contract with a reader; anything else loses the job. With a goal
-/// filter the lines after the first are a model.
+/// How a job ended that a crash has ended: the stop kills the tools that run.
+job_end_t ProofDirector::stoppedOr(job_end_t crash) const
+{
+    return processes->isClosed() ? job_end_t::stopped : crash;
+}
+
+/// One line per goal is the whole contract with a reader; anything else loses the job. In a model
+/// run the lines after the first are a model.
 bool ProofDirector::hasExpectedCount(const prover_data_t& job, std::size_t found)
 {
-    if (!goalFilter.isEmpty() || found == job.po_addresses.size()) {
+    if (modelRun || found == job.po_addresses.size()) {
         return true;
     }
-    std::ostringstream line;
-    line << "Unexpected number of results. Expected: " << job.po_addresses.size()
-         << " Found: " << found << "\n";
-    writeLog(line.str());
-    addError(QObject::tr("Unexpected number of results from driver %1 reader.").arg(driver.name));
+    tellFailure(
+        "Unexpected number of results. Expected: " + std::to_string(job.po_addresses.size()) +
+            " Found: " + std::to_string(found) + "\n",
+        QObject::tr("Unexpected number of results from driver %1 reader.").arg(driver.name));
     return false;
 }
 
-/// Merges and reports the results of a job that began at `begun`, and waits until they are on disk.
-void ProofDirector::mergeResults(const prover_data_t& job, ResultLines& lines,
-                                 std::chrono::steady_clock::time_point begun)
+/// Merges and reports the results of a job, and waits until they are on disk. Does nothing once the
+/// director is stopped.
+void ProofDirector::mergeResults(const prover_data_t& job, const QByteArray& output,
+                                 job_state_t& state)
 {
     SaveGroup::Ticket ticket;
     {
@@ -120,7 +140,7 @@ void ProofDirector::mergeResults(const prover_data_t& job, ResultLines& lines,
             if (stopped) {
                 return;
             }
-            if (reportResults(job, lines, story)) {
+            if (reportResults(job, ResultLines(output), story, state.record.get())) {
                 story.trace += tracedLine("Saving new DOM in POS file " + pos.toStdString());
                 ticket = saves->join({false, true});
             }
@@ -131,45 +151,53 @@ void ProofDirector::mergeResults(const prover_data_t& job, ResultLines& lines,
         tell(story);
     }
     if (ticket) {
-        saves->wait(ticket, std::max(concurrency, 1U) - 1,
-                    std::chrono::steady_clock::now() - begun);
+        saves->wait(ticket, std::max(settings.workers, 1U) - 1,
+                    std::chrono::steady_clock::now() - state.begun);
     }
 }
 
 /// Writes what a job has to tell, in one piece: nobody can see its marks come one by one. Never
 /// called with `domMutex` held: a stream that nobody reads must not keep a stop from saving.
-void ProofDirector::tell(const story_t& story)
+void ProofDirector::tell(const story_t& story) const
 {
     if (!story.trace.empty()) {
         writeLog(story.trace);
     }
-    std::cout << story.report << std::flush;
+    report(story.report);
 }
 
 /// Applies the line of every goal and appends its mark to the report. Returns whether some line was
 /// recognised. Called with `domMutex` held.
-bool ProofDirector::reportResults(const prover_data_t& job, ResultLines& lines, story_t& story)
+bool ProofDirector::reportResults(const prover_data_t& job, ResultLines lines, story_t& story,
+                                  job_ended_t* record)
 {
-    std::string& report = story.report;
+    std::string& marks = story.report;
     bool changed = false;
     for (const address_t& address : job.po_addresses) {
-        reportHeadings(address.first, report);
+        reportHeadings(address.first, marks);
         const std::optional<verdict_t> verdict = verdictOfLine(lines.take());
+        if (record != nullptr) {
+            record->verdicts.append(verdict ? strOfVerdict(*verdict) : QString());
+        }
         if (!verdict) {
-            report += xml ? "<m/>" : "-";
+            marks += xml ? "<m/>" : "-";
             continue;
         }
         applyResult(address, *verdict, story.trace);
         const pos::status_t status = obligations.at(address.first).second.at(address.second).status;
-        report += (xml ? xmlOfStatus : stringOfStatus).at(status);
-        if (!goalFilter.isEmpty()) {
-            report += xml ? "<model>\n" : "model:\n";
-            while (!lines.atEnd()) {
-                report += lines.take().toStdString() + "\n";
+        marks += (xml ? xmlOfStatus : stringOfStatus).at(status);
+        if (modelRun) {
+            const QByteArray model = lines.takeRest();
+            marks += (xml ? "<model>\n" : "model:\n") + model.toStdString();
+            marks += xml ? "</model>\n" : "\n";
+            if (record != nullptr) {
+                record->model = model;
             }
-            report += xml ? "</model>\n" : "\n";
         }
         changed = true;
+    }
+    if (record != nullptr) {
+        record->end = job_end_t::read;
     }
     return changed;
 }
@@ -177,15 +205,15 @@ bool ProofDirector::reportResults(const prover_data_t& job, ResultLines& lines, 
 /// Appends the headings up to `obligation` that were not written yet. They only ever go forward: a
 /// job that ends after one with higher obligations puts its marks under the last heading. Called
 /// with `domMutex` held.
-void ProofDirector::reportHeadings(std::size_t obligation, std::string& report)
+void ProofDirector::reportHeadings(std::size_t obligation, std::string& marks)
 {
     for (; doneCount <= obligation; ++doneCount) {
         if (doneCount != 0) {
-            report += xml ? "</operation>\n" : "\n";
+            marks += xml ? "</operation>\n" : "\n";
         }
-        report += xml ? "\t\t<operation><name>" : "\t\t";
-        report += obligations.at(doneCount).first;
-        report += xml ? "</name>\n\t\t\t" : "\n\t\t\t";
+        marks += xml ? "\t\t<operation><name>" : "\t\t";
+        marks += obligations.at(doneCount).first;
+        marks += xml ? "</name>\n\t\t\t" : "\n\t\t\t";
     }
 }
 
@@ -193,15 +221,14 @@ void ProofDirector::reportHeadings(std::size_t obligation, std::string& report)
 void ProofDirector::applyResult(const address_t& address, const verdict_t& verdict,
                                 std::string& traced)
 {
-    if (trace == TRACE_PROGRESS) {
+    if (settings.traceLevel == TRACE_PROGRESS) {
         std::ostringstream line;
         line << "updating proof status of proof obligation " << address.first << ","
              << address.second << " to " << strOfVerdict(verdict).toStdString() << " for driver "
              << driver.name.toStdString();
         traced += tracedLine(line.str());
     }
-    // With a goal filter the run only looks for a model: the goal keeps its status.
-    if (goalFilter.isEmpty()) {
+    if (!modelRun) { // which only looks for a model: the goal keeps its status
         updateStatus(address, verdict);
     }
 }

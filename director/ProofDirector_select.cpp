@@ -4,6 +4,7 @@
 
 #include "director/ProofDirector.h"
 
+#include "director/ProofDirectorObserver.h"
 #include "director/ProofDirector_p.h"
 
 #include <QDir>
@@ -41,18 +42,30 @@ void appendGoalWords(QStringList& words, std::size_t obligation, std::size_t goa
 
 } // namespace
 
+/// The goal of a model run, as it is named: neither its number nor its status is looked at. None
+/// when there is no such obligation. Called with `domMutex` held.
+std::optional<ProofDirector::address_t> ProofDirector::onlyGoal() const
+{
+    if (settings.onlyGoalAt) {
+        return settings.onlyGoalAt->first < obligations.size() ? settings.onlyGoalAt : std::nullopt;
+    }
+    const QStringList parts = QString::fromStdString(settings.onlyGoal).split(QLatin1Char('.'));
+    for (std::size_t i = 0; i < obligations.size(); ++i) {
+        if (parts.first() == QString::fromStdString(obligations[i].first)) {
+            const qint64 goal = qint64(parts.value(1).toInt()) - 1;
+            return address_t(i, static_cast<std::size_t>(goal));
+        }
+    }
+    return std::nullopt;
+}
+
 void ProofDirector::selectForDriver(std::vector<addresses_t>& batches)
 {
     const std::lock_guard<std::mutex> lock(domMutex);
-    if (!goalFilter.isEmpty()) {
-        // The goal is taken as named: neither its number nor its status is looked at.
-        const QStringList parts = goalFilter.split(QLatin1Char('.'));
-        for (std::size_t i = 0; i < obligations.size(); ++i) {
-            if (parts.first() == QString::fromStdString(obligations[i].first)) {
-                const qint64 goal = qint64(parts.value(1).toInt()) - 1;
-                batches.push_back({{i, static_cast<std::size_t>(goal)}});
-                return;
-            }
+    if (modelRun) {
+        const std::optional<address_t> goal = onlyGoal();
+        if (goal) {
+            batches.push_back({*goal});
         }
         return;
     }
@@ -76,7 +89,7 @@ ProofDirector::writer_data_t ProofDirector::writerRun(const QString& file,
 {
     QStringList args = goalWords;
     args << QStringLiteral("-i") << inputFile << QStringLiteral("-o") << file;
-    if (!goalFilter.isEmpty()) {
+    if (modelRun) {
         args << QStringLiteral("-m");
     }
     addParametersBits(args, driver.writer);
@@ -112,7 +125,7 @@ void ProofDirector::produceWriterData(const QString& directory, const QString& i
             if (batches[position].empty()) {
                 continue;
             }
-            // The batch's position, not the obligation's index: with a goal filter they differ.
+            // The batch's position, not the obligation's index: in a model run they differ.
             QStringList words;
             for (const auto& [obligation, goal] : batches[position]) {
                 appendGoalWords(words, position, goal);
@@ -140,7 +153,7 @@ void ProofDirector::produceWriterData(const QString& directory, const QString& i
         const std::lock_guard<std::mutex> lock(entryMutex);
         nextEntry = 0;
         nextProof = 0;
-        jobStates.assign(runs.size(), {});
+        jobStates = std::vector<job_state_t>(runs.size());
     }
     const std::lock_guard<std::mutex> lock(fileMutex);
     writerData = std::move(runs);

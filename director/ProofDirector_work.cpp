@@ -8,6 +8,7 @@
 
 #include "base/LogLine.h"
 #include "director/ProcessGroups.h"
+#include "director/ProofDirectorObserver.h"
 #include "director/ProofDirector_p.h"
 
 #include <exception>
@@ -22,23 +23,34 @@ namespace
 const std::string OUT_OF_MEMORY =
     LOG_PREFIX + std::string("Out of memory: the results of a job are lost.\n");
 
+/// No job has this index.
+constexpr std::size_t NO_JOB = static_cast<std::size_t>(-1);
+
 } // namespace
 
 /// The state of job `index`, which begins now unless it has before.
-ProofDirector::job_state_t ProofDirector::beginJob(std::size_t index)
+ProofDirector::job_state_t& ProofDirector::beginJob(std::size_t index)
 {
-    const std::lock_guard<std::mutex> lock(entryMutex);
-    job_state_t& state = jobStates.at(index);
-    if (state.begun == decltype(state.begun)()) {
-        state.begun = std::chrono::steady_clock::now();
+    bool begins = false;
+    job_state_t* state = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(entryMutex);
+        state = &jobStates.at(index);
+        begins = state->begun == decltype(state->begun)();
+        if (begins) {
+            state->begun = std::chrono::steady_clock::now();
+        }
     }
-    return state;
+    if (begins) {
+        announceJob(index, *state);
+    }
+    return *state;
 }
 
 /// Progress line of a worker body about job `index`.
 void ProofDirector::traceWriting(std::size_t index) const
 {
-    if (trace == TRACE_PROGRESS) {
+    if (settings.traceLevel == TRACE_PROGRESS) {
         std::ostringstream line;
         line << WORKER_LOG_PREFIX << "Thread " << std::this_thread::get_id() << " writes entry "
              << index << ".\n";
@@ -48,7 +60,7 @@ void ProofDirector::traceWriting(std::size_t index) const
 
 void ProofDirector::traceProving(std::size_t index) const
 {
-    if (trace == TRACE_PROGRESS) {
+    if (settings.traceLevel == TRACE_PROGRESS) {
         const prover_data_t& job = proverData.at(index);
         std::ostringstream line;
         line << WORKER_LOG_PREFIX << "Thread " << std::this_thread::get_id() << " proves entry ("
@@ -57,14 +69,16 @@ void ProofDirector::traceProving(std::size_t index) const
     }
 }
 
-/// Runs `job`. One that memory does not suffice for is lost like one whose tools fail, and the
-/// others go on; what it had merged by then is in the next save.
-void ProofDirector::attempt(const std::function<void()>& job)
+/// Runs `job`, which is job `index` then. One that memory does not suffice for is lost like one
+/// whose tools fail, and the others go on; what it had merged by then is in the next save.
+void ProofDirector::attempt(const std::size_t& index, const std::function<void()>& job)
 {
     try {
         job();
     } catch (const std::bad_alloc&) {
-        writeLog(OUT_OF_MEMORY);
+        if (!loseJob(index, job_end_t::outOfMemory)) {
+            writeLog(OUT_OF_MEMORY);
+        }
     }
 }
 
@@ -105,70 +119,72 @@ void ProofDirector::abandonJobs()
     nextProof = jobStates.size();
 }
 
-/// The worker bodies: runs jobs until there is none left. `job` takes one and runs it, and returns
-/// whether there was any.
-void ProofDirector::runJobs(const std::function<bool()>& job)
+/// The worker bodies: takes jobs until there is none left, and runs each. `take` returns whether
+/// there was any.
+void ProofDirector::runJobs(const std::function<bool(std::size_t& index)>& take,
+                            const std::function<void(std::size_t index)>& run)
 {
     bool more = true;
     while (more && !processes->isClosed()) {
-        attempt([&] {
-            more = job();
+        std::size_t index = NO_JOB;
+        attempt(index, [&] {
+            more = take(index);
+            if (more) {
+                run(index);
+            }
         });
     }
 }
 
 void ProofDirector::writeJob()
 {
-    runJobs([this] {
-        std::size_t index = 0;
-        const bool taken = takeJobToWrite(false, index);
-        if (taken) {
+    runJobs(
+        [this](std::size_t& index) {
+            return takeJobToWrite(false, index);
+        },
+        [this](std::size_t index) {
             writeEntry(index);
-        }
-        return taken;
-    });
+        });
 }
 
 void ProofDirector::proveJob()
 {
-    runJobs([this] {
-        std::size_t index = 0;
-        const bool taken = takeJobToProve(index);
-        if (taken) {
+    runJobs(
+        [this](std::size_t& index) {
+            return takeJobToProve(index);
+        },
+        [this](std::size_t index) {
             proveEntry(index);
-        }
-        return taken;
-    });
+        });
 }
 
 void ProofDirector::writeAndProveJob()
 {
-    runJobs([this] {
-        std::size_t index = 0;
-        const bool taken = takeJobToWrite(true, index);
-        if (taken) {
+    runJobs(
+        [this](std::size_t& index) {
+            return takeJobToWrite(true, index);
+        },
+        [this](std::size_t index) {
             writeEntry(index);
             traceProving(index);
             proveEntry(index);
-        }
-        return taken;
-    });
+        });
 }
 
 /// Runs the jobs one after the other on this thread.
 void ProofDirector::runInline()
 {
     for (std::size_t i = 0; i < writerData.size() && !processes->isClosed(); ++i) {
-        attempt([&] {
+        attempt(i, [&] {
             writeEntry(i);
             proveEntry(i);
         });
     }
 }
 
-/// Runs the jobs on `concurrency` workers, whatever the number of jobs, and waits for them. With a
-/// concurrency of 0 no job runs. The first exception of a worker ends all of them and reaches the
-/// caller.
+/// Runs the jobs on as many workers as the settings say, whatever the number of jobs, and waits for
+/// them. Without a worker no job runs. The first exception of a worker ends all of them and reaches
+/// the caller.
 void ProofDirector::runWorkers()
 {
     std::vector<std::thread> workers;
@@ -183,8 +199,8 @@ void ProofDirector::runWorkers()
         }
     };
     try {
-        workers.reserve(concurrency);
-        for (unsigned int i = 0; i < concurrency; ++i) {
+        workers.reserve(settings.workers);
+        for (unsigned int i = 0; i < settings.workers; ++i) {
             workers.emplace_back(work);
         }
     } catch (const std::exception& error) {

@@ -6,6 +6,7 @@
 
 #include "base/LogLine.h"
 #include "director/ChildProcess.h"
+#include "director/ProofDirectorObserver.h"
 #include "director/ProofDirector_p.h"
 
 #include <cerrno>
@@ -43,28 +44,40 @@ void ProofDirector::writeEntry(const std::size_t& index)
               run.args.join(QLatin1Char(' ')).toStdString() + "\n" + LOG_PREFIX + "to generate " +
               run.po2filename.toStdString());
 
-    beginJob(index);
-    if (!removeLeftFile(index)) {
+    job_state_t& state = beginJob(index);
+    if (!removeLeftFile(run.po2filename, state)) {
+        endJob(index);
         return;
     }
-    switch (runWriter({run.cmd, run.args}, *processes)) {
+    WriterRun written;
+    written.writer = {run.cmd, run.args};
+    const WriterResult result = runWriter(written, *processes);
+    const bool found = isThere(run.po2filename);
+    recordWriter(run, result, found, state);
+    judgeWriter(run, result.end, found);
+}
+
+/// Says what went wrong. Only the file counts, not the exit code.
+void ProofDirector::judgeWriter(const writer_data_t& run, const WriterEnd& end, bool found)
+{
+    switch (end) {
     case WriterEnd::NotStarted:
-        writeLog(LOG_PREFIX + std::string("Writer had an error.\n"));
-        addError(QObject::tr("Error starting secondary proof obligation generation for driver %1.")
-                     .arg(driver.name));
+        tellFailure(
+            LOG_PREFIX + std::string("Writer had an error.\n"),
+            QObject::tr("Error starting secondary proof obligation generation for driver %1.")
+                .arg(driver.name));
         break;
     case WriterEnd::Crashed:
-        writeLog(LOG_PREFIX + std::string("Writer crashed.\n"));
-        addError(QObject::tr("Secondary proof obligation generation for driver %1 crashed.")
-                     .arg(driver.name));
+        tellFailure(LOG_PREFIX + std::string("Writer crashed.\n"),
+                    QObject::tr("Secondary proof obligation generation for driver %1 crashed.")
+                        .arg(driver.name));
         break;
     case WriterEnd::Exited:
-        // Only the file counts, not the exit code.
-        if (!isThere(run.po2filename)) {
-            writeLog(LOG_PREFIX + ("Secondary po " + run.po2filename.toStdString()) +
-                     " not found.\n");
-            addError(QObject::tr("Secondary proof obligation for driver %1 not found in file %2.")
-                         .arg(driver.name, run.po2filename));
+        if (!found) {
+            tellFailure(
+                LOG_PREFIX + ("Secondary po " + run.po2filename.toStdString()) + " not found.\n",
+                QObject::tr("Secondary proof obligation for driver %1 not found in file %2.")
+                    .arg(driver.name, run.po2filename));
         }
         break;
     case WriterEnd::Stopped:
@@ -72,24 +85,23 @@ void ProofDirector::writeEntry(const std::size_t& index)
     }
 }
 
-/// Removes what stands in the place of the secondary file of job `index`: an earlier run that was
-/// killed may have left it, and should the writer fail, the prover would take it for this job's.
-/// False when that does not go: then the job has failed, and is not proved either.
-bool ProofDirector::removeLeftFile(std::size_t index)
+/// Removes what stands in the place of the secondary file of a job: an earlier run that was killed
+/// may have left it, and should the writer fail, the prover would take it for this job's. False
+/// when that does not go: then the job has failed, and is not proved either.
+bool ProofDirector::removeLeftFile(const QString& file, job_state_t& state)
 {
-    const QString& file = writerData.at(index).po2filename;
     const QByteArray path = file.toUtf8();
-    const bool removed = ::unlink(path.constData()) == 0 || isNowhere(path);
-    const int reason = errno;
-    {
-        const std::lock_guard<std::mutex> lock(entryMutex);
-        jobStates.at(index).failed = !removed;
-    }
-    if (removed) {
+    state.failed = ::unlink(path.constData()) != 0 && !isNowhere(path);
+    if (!state.failed) {
         return true;
     }
-    writeLog(LOG_PREFIX + ("Cannot remove " + file.toStdString()) +
-             ", which is left from an earlier run: " + std::strerror(reason) + "\n");
-    addError(QObject::tr("Driver %1 cannot write file %2.").arg(driver.name, file));
+    const std::string reason = std::strerror(errno);
+    tellFailure(LOG_PREFIX + ("Cannot remove " + file.toStdString()) +
+                    ", which is left from an earlier run: " + reason + "\n",
+                QObject::tr("Driver %1 cannot write file %2.").arg(driver.name, file));
+    if (state.record) {
+        state.record->end = job_end_t::leftFile;
+        state.record->reason = QString::fromStdString(reason);
+    }
     return false;
 }

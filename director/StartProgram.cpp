@@ -4,6 +4,7 @@
 #include <csignal>
 #include <utility>
 
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -29,6 +30,19 @@ const sigset_t& defaultSignals()
         return set;
     }();
     return reset;
+}
+
+double secondsOf(const timeval& time)
+{
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+}
+
+/// The largest memory that this process has had so far.
+std::int64_t ownPeakKiB()
+{
+    rusage usage = {};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
 }
 
 } // namespace
@@ -72,16 +86,14 @@ Streams::~Streams()
 
 Child::~Child()
 {
-    if (pid != 0) {
-        ::kill(pid, SIGKILL);
-        reapCrashed();
-    }
+    killAndReap();
 }
 
 int Child::start(const Arguments& arguments, const Streams& streams, pid_t group) noexcept
 {
-    if (streams.error() != 0) {
-        return streams.error();
+    end.error = streams.error();
+    if (end.error != 0) {
+        return end.error;
     }
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
@@ -89,26 +101,45 @@ int Child::start(const Arguments& arguments, const Streams& streams, pid_t group
     posix_spawnattr_setpgroup(&attributes, group);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
     pid_t started = 0;
-    const int error = ::posix_spawn(&started, arguments.list()[0], streams.actions(), &attributes,
-                                    arguments.list(), environ);
+    end.error = ::posix_spawn(&started, arguments.list()[0], streams.actions(), &attributes,
+                              arguments.list(), environ);
     posix_spawnattr_destroy(&attributes);
-    pid = error == 0 ? started : 0;
-    return error;
+    end.started = end.error == 0;
+    if (end.started) {
+        pid = started;
+        end.lentKiB = ownPeakKiB();
+    }
+    return end.error;
 }
 
-bool Child::reapCrashed() noexcept
+const ChildEnd& Child::reap() noexcept
 {
     if (pid == 0) {
-        return false;
+        return end;
     }
     int status = 0;
+    rusage usage = {};
     pid_t reaped = 0;
     do {
-        reaped = ::waitpid(pid, &status, 0);
+        reaped = ::wait4(pid, &status, 0, &usage);
     } while (reaped < 0 && errno == EINTR);
-    // Where the process ignores SIGCHLD, the system keeps no record of how a child ended.
+    // Where the process ignores SIGCHLD, the system keeps no record of how a child ended: that is
+    // never taken for an ordinary end.
     const bool known = std::exchange(pid, 0) == reaped;
-    return !known || WIFSIGNALED(status);
+    end.crashed = !known || WIFSIGNALED(status);
+    end.signal = known && WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    end.status = known && WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+    end.processorSeconds = secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime);
+    end.peakKiB = usage.ru_maxrss;
+    return end;
+}
+
+const ChildEnd& Child::killAndReap() noexcept
+{
+    if (pid != 0) {
+        ::kill(pid, SIGKILL);
+    }
+    return reap();
 }
 
 bool isRefusal(int error)

@@ -11,6 +11,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <cstdint>
 #include <vector>
 
 #include <spawn.h>
@@ -67,6 +68,21 @@ private:
     int failure = 0;
 };
 
+/// How a child ended, and what it took.
+struct ChildEnd {
+    bool started = false;
+    int error = 0;               ///< why it was not started; 0: nobody has tried
+    bool crashed = false;        ///< a signal ended it, or nobody can tell any more how it ended
+    int signal = 0;              ///< that signal; 0: none, or not known
+    int status = 0;              ///< its exit status, when no signal ended it
+    double processorSeconds = 0; ///< of the child and of the children that it waited for
+
+    /// The largest resident memory of one of them. The system begins to count at the memory of this
+    /// process, which the start lends the child.
+    std::int64_t peakKiB = 0;
+    std::int64_t lentKiB = 0; ///< a peak that is not clearly above that is not the child's own
+};
+
 /// A child process. At the end of the object one that was not reaped is killed and reaped.
 class Child
 {
@@ -89,13 +105,15 @@ public:
         return pid;
     }
 
-    /// Waits until the child has ended. True when it ended by a signal, and when nobody can tell
-    /// any more how it ended: then its end is never taken for an ordinary one. False also when
-    /// there is no child.
-    bool reapCrashed() noexcept;
+    /// Waits until the child has ended, and tells how; again what it told, when that was before.
+    const ChildEnd& reap() noexcept;
+
+    /// The same of a child that need not come to its end by itself any more.
+    const ChildEnd& killAndReap() noexcept;
 
 private:
     pid_t pid = 0;
+    ChildEnd end;
 };
 
 /// True when a start failed for want of room, which a later one may find; false when the program is

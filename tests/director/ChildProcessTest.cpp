@@ -25,7 +25,7 @@ protected:
     }
     PairResult pair(const std::string& prover, const std::string& reader, const char* input = "")
     {
-        return runPair(script("p", prover), QString::fromUtf8(input), script("r", reader), 500000,
+        return runPair({script("p", prover), QString::fromUtf8(input), script("r", reader), 500000},
                        groups);
     }
     pid_t pidIn(const std::string& name) const
@@ -69,8 +69,8 @@ TEST_F(Children, TheReaderAlwaysSeesTheEndOfItsInput)
         EXPECT_EQ(pair("cat", "wc -c", input.c_str()).output, file == "in" ? "3\n" : "0\n") << file;
     }
     const Command missing = {QStringLiteral("/nonexistent/tool"), {}};
-    EXPECT_EQ(runPair(missing, {}, script("r", "wc -c"), 9, groups).output, "0\n");
-    EXPECT_EQ(runPair(script("p", ":"), {}, missing, 9, groups).end, PairEnd::Read);
+    EXPECT_EQ(runPair({missing, {}, script("r", "wc -c"), 9}, groups).output, "0\n");
+    EXPECT_EQ(runPair({script("p", ":"), {}, missing, 9}, groups).end, PairEnd::Read);
 }
 
 TEST_F(Children, AGrandchildHoldsNobodyAndEndsWithItsGroup)
@@ -87,7 +87,7 @@ TEST_F(Children, AToolThatKillsItsOwnGroupCrashesAndHarmsNobodyElse)
 {
     std::thread other([this] {
         const Command slow = script("slow", "echo > " + dir.path("up") + "; cat; sleep 0.2");
-        EXPECT_EQ(runWriter(slow, groups), WriterEnd::Exited);
+        EXPECT_EQ(runWriter({slow}, groups).end, WriterEnd::Exited);
     });
     while (!test::exists(dir.path("up"))) {
         ::usleep(1000);
@@ -104,7 +104,7 @@ TEST_F(Children, AnEndThatNobodyCanTellIsACrash)
 {
     ::signal(SIGCHLD, SIG_IGN);
     EXPECT_EQ(pair("kill -9 $$", "echo Proved").end, PairEnd::ProverCrashed);
-    EXPECT_EQ(runWriter(script("w", ":"), groups), WriterEnd::Crashed);
+    EXPECT_EQ(runWriter({script("w", ":")}, groups).end, WriterEnd::Crashed);
     ::signal(SIGCHLD, SIG_DFL);
 }
 
@@ -124,7 +124,7 @@ TEST_F(Children, NothingStartsAfterAStop)
     });
     EXPECT_TRUE(test::hasEnded(after.id(), true));
     EXPECT_EQ(pair("touch " + dir.path("late"), ":").end, PairEnd::Stopped);
-    EXPECT_EQ(runWriter(script("w", "touch " + dir.path("late")), groups), WriterEnd::Stopped);
+    EXPECT_EQ(runWriter({script("w", "touch " + dir.path("late"))}, groups).end, WriterEnd::Stopped);
     EXPECT_FALSE(test::exists(dir.path("late")));
 }
 
@@ -136,7 +136,7 @@ TEST_F(Children, ARefusedStartWaitsForOthersAndAloneIsAFailedJob)
     const Command prover = script("p", "echo x");
     const Command reader = script("r", "cat");
     const auto run = [&] {
-        return runPair(prover, {}, reader, 9, groups);
+        return runPair({prover, {}, reader, 9}, groups);
     };
     rlimit limit = {};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);

@@ -129,8 +129,7 @@ protected:
         }
         document.unlock();
         stopping.join();
-        ResultLines late("Unknown"); // of a job that has just ended
-        made->mergeResults(made->proverData.at(0), late, {});
+        made->mergeResults(made->proverData.at(0), "Unknown", made->jobStates.at(0)); // just ended
     }
 
     void update(std::size_t driver, const std::string& word)
