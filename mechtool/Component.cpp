@@ -66,13 +66,13 @@ QString faultOf(const QString& file)
     throw CannotAnswer(shown(file) + QStringLiteral(": ") + what);
 }
 
-/// Texts that are the same share their memory.
+/// Texts that are the same share their memory. A null text stays null.
 class Texts
 {
 public:
     QString shared(const QString& text)
     {
-        return *known.insert(text);
+        return text.isEmpty() ? text : *known.insert(text);
     }
 
 private:
@@ -98,6 +98,8 @@ goal_t viewOfGoal(const QDomElement& element, const QString& file, const QString
     goal_t goal;
     goal.status = statusIn(element, file, name);
     goal.byProver = pos::isProvedByProver(element);
+    goal.prover = texts.shared(
+        element.firstChildElement(pos::TAG_PROOF_STATE).attribute(pos::ATTR_PROOF_STATE));
     const QDomElement analyser = element.firstChildElement(pos::TAG_IAPA);
     if (!analyser.isNull()) {
         const QDomElement status = analyser.firstChildElement(pos::TAG_STATUS);

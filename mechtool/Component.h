@@ -31,6 +31,7 @@ struct mechanism_record_t {
 struct goal_t {
     pos::status_t status = pos::UNPROVED;
     bool byProver = false; ///< the workbench's own prover proved it
+    QString prover;        ///< the word of this prover; null when it says nothing
     QString analyser;      ///< the word of the independent analyser; null when it says nothing
     std::vector<mechanism_record_t> mechanisms;
 };
