@@ -45,22 +45,6 @@ QString obstacleOf(const QString& file)
                : opened.errorString() + QStringLiteral(": make it readable");
 }
 
-/// Where and why a file is not well-formed.
-QString faultOf(const QString& file)
-{
-    QFile opened(file);
-    opened.open(QIODevice::ReadOnly);
-    QXmlStreamReader reader(&opened);
-    while (!reader.atEnd()) {
-        reader.readNext();
-    }
-    return reader.hasError()
-               ? QStringLiteral("line %1: %2")
-                     .arg(reader.lineNumber())
-                     .arg(shown(reader.errorString()))
-               : QStringLiteral("it is nested too deeply, or its entities expand to too much");
-}
-
 [[noreturn]] void failAt(const QString& file, const QString& what)
 {
     throw CannotAnswer(shown(file) + QStringLiteral(": ") + what);
@@ -142,6 +126,21 @@ int distance(const QString& one, const QString& other)
 }
 
 } // namespace
+
+QString faultOf(const QString& file)
+{
+    QFile opened(file);
+    opened.open(QIODevice::ReadOnly);
+    QXmlStreamReader reader(&opened);
+    while (!reader.atEnd()) {
+        reader.readNext();
+    }
+    return reader.hasError()
+               ? QStringLiteral("line %1: %2")
+                     .arg(reader.lineNumber())
+                     .arg(shown(reader.errorString()))
+               : QStringLiteral("it is nested too deeply, or its entities expand to too much");
+}
 
 QDomDocument loadDocument(const QString& file)
 {

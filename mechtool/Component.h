@@ -55,6 +55,9 @@ using address_t = std::pair<std::size_t, std::size_t>;
 /// there is no such file, or it is no POS file, or it is not well-formed.
 QDomDocument loadDocument(const QString& file);
 
+/// Where and why an XML file is not well-formed, for a line.
+QString faultOf(const QString& file);
+
 /// The view of a document. Throws CannotAnswer for an unknown word: the line names the file, the
 /// obligation, the goal and the word.
 component_t viewOf(const QDomDocument& document, const QString& file);
