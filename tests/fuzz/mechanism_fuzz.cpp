@@ -2,27 +2,12 @@
 
 #include "mechanism/Mechanism.h"
 #include "resource/p_api.h"
+#include "tests/fuzz/fuzz.h"
 
-#include <cstdint>
 #include <cstdlib>
-#include <iostream>
 #include <sstream>
-#include <stdexcept>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
-namespace
-{
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
-
-} // namespace
+using fuzz::require;
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
 {
@@ -31,31 +16,26 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
     set_resource("Proof", "Solver", "/bin/../bin/sh");
     set_resource("Proof", "Missing", "/no/such/tool");
     set_resource("Proof", "", "");
-    std::clog.rdbuf(nullptr);
-    std::cerr.rdbuf(nullptr);
+    fuzz::silenceStreams();
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const int file = memfd_create("mechanism", MFD_CLOEXEC);
-    require(file >= 0 && ::write(file, data, size) == static_cast<ssize_t>(size));
+    const fuzz::MemoryFile file(data, size);
     mechanism::mechanism_t read;
-    try {
-        mechanism::ofFile(QStringLiteral("/proc/self/fd/%1").arg(file), read);
-    } catch (const std::out_of_range& error) {
-        // Unknown words and definitions are reported so, and in no other way.
-        require(error.what() == std::string("map::at"));
-    }
-    ::close(file);
+    fuzz::knowsAllWords([&] {
+        mechanism::ofFile(QString::fromStdString(file.path()), read);
+    });
     // What holds of every driver that was read, also when the reading ended before the end.
-    require(read.drivers.size() == read.driver_names.size());
+    require(read.drivers.size() == read.driver_names.size(), "a driver without a name");
     auto name = read.driver_names.begin();
     for (const mechanism::driver_t& driver : read.drivers) {
-        require(driver.name == *name++);
+        require(driver.name == *name++, "a driver of another name");
         for (const QString& path : {driver.writer.path, driver.prover.path, driver.reader.path}) {
             require(!path.isEmpty() &&
-                    (path.startsWith(QLatin1Char('"')) || !path.contains(QLatin1Char(' '))));
+                        (path.startsWith(QLatin1Char('"')) || !path.contains(QLatin1Char(' '))),
+                    "a path is empty, or has blanks and no quotes");
         }
     }
     std::ostringstream() << read;

@@ -4,38 +4,17 @@
 #include "pos/document_text.h"
 #include "pos/goal_status.h"
 #include "pos/walk.h"
+#include "tests/fuzz/fuzz.h"
 
 #include <QHash>
 
-#include <cstdint>
-#include <cstdlib>
-#include <iostream>
 #include <numeric>
-#include <stdexcept>
 
-#include <sys/mman.h>
-#include <unistd.h>
+using fuzz::knowsAllWords;
+using fuzz::require;
 
 namespace
 {
-
-void require(bool holds)
-{
-    if (!holds) {
-        std::abort();
-    }
-}
-
-/// Unknown status words are reported by one exception, and nothing else is.
-template <typename Operation>
-void run(Operation operation)
-{
-    try {
-        operation();
-    } catch (const std::out_of_range& error) {
-        require(error.what() == std::string("map::at"));
-    }
-}
 
 void checkText(QDomDocument& document)
 {
@@ -45,7 +24,8 @@ void checkText(QDomDocument& document)
     const auto requireSameText = [&] {
         const std::vector<QByteArray>& pieces = text.pieces();
         require(std::accumulate(pieces.begin(), pieces.end(), QByteArray()) ==
-                document.toByteArray(pos::XML_INDENT));
+                    document.toByteArray(pos::XML_INDENT),
+                "the pieces are not the text of the document");
     };
     requireSameText();
     std::size_t index = 0;
@@ -64,45 +44,47 @@ void checkText(QDomDocument& document)
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
 {
     qSetGlobalQHashSeed(0);
-    std::cerr.rdbuf(nullptr);
+    fuzz::silenceStreams();
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const int file = memfd_create("pos", MFD_CLOEXEC);
-    require(file >= 0 && ::write(file, data, size) == static_cast<ssize_t>(size));
-    const std::string path = "/proc/self/fd/" + std::to_string(file);
+    const fuzz::MemoryFile file(data, size);
+    const std::string path = file.path();
     std::list<std::string> names;
-    run([&] {
-        require(pos::getMechanisms(path, names));
+    knowsAllWords([&] {
+        require(pos::getMechanisms(path, names), "the file is not read");
     });
     QDomDocument document;
-    require(readXmlFile(QString::fromStdString(path), document));
-    run([&] {
+    require(readXmlFile(QString::fromStdString(path), document), "the file is not read");
+    knowsAllWords([&] {
         // The totals count every goal, and none twice.
         pos::metrics_t metrics;
-        require(pos::getMetrics(path, metrics));
+        require(pos::getMetrics(path, metrics), "the file is not read");
         pos::everyGoal(document, [&](const QDomElement&) {
             --metrics.total;
             return true;
         });
-        require(metrics.total == 0);
+        require(metrics.total == 0, "the total is not that of the goals");
     });
     checkText(document);
-    run([&] {
+    knowsAllWords([&] {
         pos::checkPosInvariant(document);
     });
     for (const std::string& name : names) {
-        run([&] {
+        knowsAllWords([&] {
             bool modified = false;
-            require(pos::removeMechanism(document, name, modified) && modified);
+            require(pos::removeMechanism(document, name, modified) && modified,
+                    "a mechanism that the file lists is not removed");
         });
     }
     pos::unprove(document);
-    require(pos::everyGoal(document, [](const QDomElement& goal) {
-        return pos::statusOf(goal) == (pos::isProvedByProver(goal) ? pos::PROVED : pos::UNPROVED);
-    }));
-    ::close(file);
+    require(pos::everyGoal(document,
+                           [](const QDomElement& goal) {
+                               return pos::statusOf(goal) ==
+                                      (pos::isProvedByProver(goal) ? pos::PROVED : pos::UNPROVED);
+                           }),
+            "a goal is not as its prover says");
     return 0;
 }

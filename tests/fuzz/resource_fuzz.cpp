@@ -2,35 +2,26 @@
 // of it. Built without the sanitizers' help it still checks every link.
 
 #include "resource/p_api.h"
+#include "tests/fuzz/fuzz.h"
 #include "tests/resource/ResourceChecker.h"
 
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
-#include <sys/mman.h>
-#include <unistd.h>
+using fuzz::require;
 
 namespace
 {
 
-void require(bool holds, const std::string& what)
-{
-    if (!holds) {
-        dprintf(STDERR_FILENO, "%s\n", what.c_str());
-        std::abort();
-    }
-}
-
 void check()
 {
     const std::string fault = test::faultOf(*resource_manager);
-    require(fault.empty(), fault);
+    require(fault.empty(), fault.c_str());
 }
 
 /// Sets and deletes resources that the input may have defined, and looks at each step.
-void useInterface(FILE* sink)
+void useInterface()
 {
     const T_resource_tool* const tool = get_resource_manager()->first_tool();
     const T_resource_ident* const ident = tool ? tool->first_ident() : nullptr;
@@ -41,7 +32,7 @@ void useInterface(FILE* sink)
     set_resource(toolName.c_str(), name.c_str(), "value");
     set_resource("T", name.c_str(), lookup_resource(toolName.c_str(), name.c_str()));
     check();
-    print_resources(sink);
+    print_resources(stderr);
     save_resources();
     delete_explicit_resources();
     check();
@@ -60,27 +51,29 @@ void useInterface(FILE* sink)
 
 } // namespace
 
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/)
+{
+    stderr = std::fopen("/dev/null", "w"); // the library's reports would drown the fuzzer's own
+    setenv("HOME", "/nonexistent", 1);
+    return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    // The library's reports would drown the fuzzer's own.
-    static FILE* const sink = stderr = std::fopen("/dev/null", "w");
-    setenv("HOME", "/nonexistent", 1);
-    const int file = memfd_create("resources", 0);
-    require(write(file, data, size) == static_cast<ssize_t>(size), "no file to load");
-    const std::string path = "/proc/self/fd/" + std::to_string(file);
+    const fuzz::MemoryFile file(data, size);
+    const std::string path = file.path();
 
     init_resource_manager();
     load_resources(path.c_str(), path.c_str(), path.c_str());
     check();
     // Shorter by the first byte, so that other lines come to lie over those that are there.
     const std::size_t rest = size > 0 ? size - 1 : 0;
-    require(ftruncate(file, 0) == 0 && pwrite(file, data + (size - rest), rest, 0) >= 0, "no file");
+    file.write(data + (size - rest), rest);
     load_resources(nullptr, nullptr, path.c_str());
     check();
-    useInterface(sink);
+    useInterface();
 
     delete resource_manager;
     resource_manager = nullptr;
-    close(file);
     return 0;
 }
