@@ -13,9 +13,6 @@ namespace
 
 TEST(Termination, OnceTheSignalIsHandledTheStatusIsOne)
 {
-#if defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "the thread sanitizer delays signals, and allows no threads after a fork";
-#endif
     for (const bool signalled : {true, false}) {
         for (int round = 0; round < 50; ++round) {
             const pid_t child = ::fork();
