@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -93,39 +94,75 @@ PairResult refused(int error)
     return {PairEnd::Refused, {}, qt_error_string(error), {}, {}};
 }
 
-/// Waits for `child` to end, or for too much output. False, with the reason in `errno`, when the
-/// system has no room for that.
-bool awaitEnd(const Child& child, Output& output)
+/// Counts the time of a wait from its own making.
+class Limit
+{
+public:
+    /// No time is no limit.
+    explicit Limit(std::chrono::milliseconds allowed) : most(allowed) {}
+
+    /// What is left, in the terms of poll: -1 without a limit, 0 when it has passed.
+    int left() const
+    {
+        using std::chrono::milliseconds;
+        if (most.count() <= 0) {
+            return -1;
+        }
+        const auto passed = std::chrono::steady_clock::now() - begun;
+        const milliseconds rest = most - std::chrono::duration_cast<milliseconds>(passed);
+        return static_cast<int>(
+            std::clamp<milliseconds::rep>(rest.count(), 0, std::numeric_limits<int>::max()));
+    }
+
+private:
+    std::chrono::milliseconds most;
+    std::chrono::steady_clock::time_point begun = std::chrono::steady_clock::now();
+};
+
+enum class Wait { Over, Late, Refused };
+
+/// Waits for `child` to end, or for too much output, or for the limit. `Refused`, with the reason
+/// in `errno`, when the system has no room for that.
+Wait awaitEnd(const Child& child, Output& output, const Limit& limit)
 {
     if (!child.isRunning()) {
-        return true;
+        return Wait::Over;
     }
     const Descriptor end(::pidfd_open(child.id(), 0));
     if (!end.isOpen()) {
-        return errno == ESRCH; // it has ended, and the system keeps no record of it
+        // ESRCH: it has ended, and the system keeps no record of it
+        return errno == ESRCH ? Wait::Over : Wait::Refused;
     }
     pollfd polled[] = {{end.number(), POLLIN, 0}, {output.number(), POLLIN, 0}};
     while (polled[0].revents == 0 && !output.isTooMuch()) {
+        const int left = limit.left();
         polled[1].fd = output.number();
-        if (::poll(polled, 2, -1) > 0 && polled[1].revents != 0) {
+        if (::poll(polled, 2, left) > 0 && polled[1].revents != 0) {
             output.take();
         }
+        if (left == 0 && polled[0].revents == 0) {
+            return Wait::Late;
+        }
     }
-    return true;
+    return Wait::Over;
 }
 
-/// Waits for both children and tells how they ended together; `error` says why that did not go.
-PairEnd awaitPair(Child& prover, Child& reader, Output& output, int& error)
+/// Waits for both children and tells how they ended together; with `Refused` the reason is in
+/// `errno`.
+PairEnd awaitPair(Child& prover, Child& reader, Output& output, std::chrono::milliseconds allowed)
 {
-    if (!awaitEnd(prover, output)) {
-        error = errno;
+    switch (awaitEnd(prover, output, Limit(allowed))) {
+    case Wait::Late:
+        return PairEnd::TimeLimit;
+    case Wait::Refused:
         return PairEnd::Refused;
+    case Wait::Over:
+        break;
     }
     if (!output.isTooMuch() && prover.reap().crashed) {
         return PairEnd::ProverCrashed;
     }
-    if (!awaitEnd(reader, output)) {
-        error = errno;
+    if (awaitEnd(reader, output, Limit(std::chrono::milliseconds(0))) == Wait::Refused) {
         return PairEnd::Refused;
     }
     if (!output.isTooMuch()) {
@@ -135,6 +172,32 @@ PairEnd awaitPair(Child& prover, Child& reader, Output& output, int& error)
         output.takeRest();
     }
     return output.isTooMuch() ? PairEnd::TooMuch : PairEnd::Read;
+}
+
+/// Waits for a pair that was started, and leaves neither of the two. `starting` is why one of them
+/// was not started.
+PairResult finishPair(Child& prover, Child& reader, Output& output, const PairRun& run,
+                      GroupLease& group, int starting)
+{
+    PairResult result;
+    int error = starting;
+    if (isRefusal(error)) {
+        result.end = PairEnd::Refused;
+    } else {
+        result.end = awaitPair(prover, reader, output, run.timeLimit);
+        error = errno;
+    }
+    if (result.end == PairEnd::TimeLimit) {
+        group.end();
+    }
+    result.prover = prover.killAndReap();
+    result.reader = reader.killAndReap();
+    if (result.end == PairEnd::Refused) {
+        result.refusal = qt_error_string(error);
+    } else if (result.end == PairEnd::Read) {
+        result.output = output.text();
+    }
+    return result;
 }
 
 WriterResult runWriterIn(const GroupLease& group, const Arguments& arguments, int errors)
@@ -162,7 +225,7 @@ WriterResult runWriterIn(const GroupLease& group, const Arguments& arguments, in
     return result;
 }
 
-PairResult runPairIn(const GroupLease& group, const Arguments& prover, const Arguments& reader,
+PairResult runPairIn(GroupLease& group, const Arguments& prover, const Arguments& reader,
                      const PairRun& run)
 {
     const Descriptor null(openNull());
@@ -188,6 +251,9 @@ PairResult runPairIn(const GroupLease& group, const Arguments& prover, const Arg
         if (proving == 0) {
             proving = provers.start(prover, proverStreams, group.id());
         }
+        if (run.memoryLimit != 0) {
+            provers.limitMemory(run.memoryLimit);
+        }
         if (!isRefusal(proving)) {
             reading = readers.start(reader, readerStreams, group.id());
         }
@@ -197,17 +263,9 @@ PairResult runPairIn(const GroupLease& group, const Arguments& prover, const Arg
     }
     between.close();
     results.close();
-    PairResult result;
-    int error = isRefusal(proving) ? proving : reading;
-    result.end = isRefusal(error) ? PairEnd::Refused : awaitPair(provers, readers, output, error);
-    result.prover = provers.killAndReap();
-    result.prover.error = proving;
-    result.reader = readers.killAndReap();
-    if (result.end == PairEnd::Refused) {
-        result.refusal = qt_error_string(error);
-    } else if (result.end == PairEnd::Read) {
-        result.output = output.text();
-    }
+    PairResult result =
+        finishPair(provers, readers, output, run, group, isRefusal(proving) ? proving : reading);
+    result.prover.error = proving; // also when its input was to blame
     return result;
 }
 

@@ -15,7 +15,9 @@
 #include <QByteArray>
 #include <QString>
 
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 
 enum class WriterEnd { Exited, Crashed, NotStarted, Stopped };
 
@@ -39,6 +41,7 @@ enum class PairEnd {
     Read,          ///< both ended by themselves (or were programs that cannot be executed)
     ProverCrashed, ///< the reader was killed; there is no output
     ReaderCrashed, ///< there is no output
+    TimeLimit,     ///< the prover ran too long, and the group was killed; there is no output
     TooMuch,       ///< the reader printed too much, and both were killed; there is no output
     Refused,       ///< the system had no room for another process or file; there is no output
     Stopped        ///< the groups were closed before the start
@@ -51,6 +54,9 @@ struct PairRun {
     Command reader;
     std::size_t most = 0; ///< bytes that the reader may print
     int errors = -1;      ///< as for a writer, for both
+
+    std::chrono::milliseconds timeLimit{0}; ///< of the prover, from the start of both; 0: none
+    std::uint64_t memoryLimit = 0;          ///< of the prover's address space, in bytes; 0: none
 };
 
 struct PairResult {
@@ -61,8 +67,10 @@ struct PairResult {
     ChildEnd reader;
 };
 
-/// Runs the prover with its output piped into the reader, until both have ended, without a time
-/// limit. A prover whose input cannot be opened counts as one that cannot be executed. The reader's
-/// output is what was printed up to its end: a process that it leaves behind with its output open
-/// is not waited for. A reader that prints more than `most` bytes is killed.
+/// Runs the prover with its output piped into the reader, until both have ended. A prover
+/// that runs longer than its limit is killed with all that lives in the group, and the reader too;
+/// once the prover has ended, the reader has no limit. A prover whose input cannot be opened counts
+/// as one that cannot be executed. The reader's output is what was printed up to its end: a process
+/// that it leaves behind with its output open is not waited for. A reader that prints more than
+/// `most` bytes is killed.
 PairResult runPair(const PairRun& run, ProcessGroups& groups);

@@ -232,15 +232,20 @@ void ProcessGroups::handBack(pid_t id)
     changed.notify_one();
 }
 
-bool ProcessGroups::giveUp(pid_t id)
+/// Ends a group that is in use. With `full` the system has no room for more. Returns whether there
+/// are other groups.
+bool ProcessGroups::discard(pid_t id, bool full)
 {
     bool others = false;
     {
+        // Nobody else signals the group from here on: once the guard is reaped, the number is free.
         const std::lock_guard<std::mutex> lock(mutex);
         groups.remove_if([id](const Group& group) {
             return group.id == id;
         });
-        limit();
+        if (full) {
+            limit();
+        }
         others = groups.size() + making != 0;
     }
     endGroup(id);
@@ -284,5 +289,12 @@ int GroupLease::lifeline() const
 
 bool GroupLease::giveUp()
 {
-    return groups.giveUp(std::exchange(group, 0));
+    return groups.discard(std::exchange(group, 0), true);
+}
+
+void GroupLease::end()
+{
+    if (group != 0) {
+        groups.discard(std::exchange(group, 0), false);
+    }
 }

@@ -69,7 +69,7 @@ private:
     void limit();
     int makeGroup(std::unique_lock<std::mutex>& lock, pid_t& id);
     void handBack(pid_t id);
-    bool giveUp(pid_t id);
+    bool discard(pid_t id, bool full);
     bool beginStart();
     void endStart(pid_t id);
     void killAll() const;
@@ -134,6 +134,10 @@ public:
     /// time no more groups are made than are left. Returns whether there are any: then another try
     /// with another lease may do better.
     bool giveUp();
+
+    /// Kills all that lives in the group, whatever it makes of signals, and the guard with it: the
+    /// group is given up, and nobody gets it again.
+    void end();
 
 private:
     ProcessGroups& groups;

@@ -85,20 +85,16 @@ bool ProofDirector::hasWork() const
     return false;
 }
 
-void ProofDirector::addError(const QString& message)
-{
-    const std::lock_guard<std::mutex> lock(entryMutex);
-    errors.append(message);
-}
-
 /// Something of a job has failed: a line for the log, which is silent when an observer is told, and
-/// a message for those who ask later.
-void ProofDirector::tellFailure(const std::string& line, const QString& message)
+/// a message for those who ask later, about the driver and perhaps a file.
+void ProofDirector::tellFailure(const std::string& line, const QString& message,
+                                const QString& file)
 {
     if (settings.observer == nullptr) {
         writeLog(line);
     }
-    addError(message);
+    const std::lock_guard<std::mutex> lock(entryMutex);
+    errors.append(file.isNull() ? message.arg(driver.name) : message.arg(driver.name, file));
 }
 
 /// Writes to the report in one piece.

@@ -50,6 +50,7 @@
 #include <utility>
 #include <vector>
 
+class ErrorOutput;
 class ProcessGroups;
 class ResultLines;
 class SavedFile;
@@ -258,10 +259,9 @@ private:
         std::string report;
     };
 
-    PairResult runProver(const prover_data_t& job);
+    PairResult runProver(const prover_data_t& job, job_state_t& state);
     job_end_t judgePair(const prover_data_t& job, const PairResult& result);
-    job_end_t stoppedOr(job_end_t crash) const;
-    bool hasExpectedCount(const prover_data_t& job, std::size_t found);
+    void tellEnd(const job_end_t& end, const prover_data_t& job, const PairResult& result);
     void mergeResults(const prover_data_t& job, const QByteArray& output, job_state_t& state);
     void tell(const story_t& story) const;
     bool reportResults(const prover_data_t& job, ResultLines lines, story_t& story,
@@ -279,6 +279,8 @@ private:
     bool endJob(std::size_t index);
     bool loseJob(std::size_t index, const job_end_t& end);
     void endAllJobs();
+    int roomForErrors(const job_state_t& state) const;
+    static void recordErrors(const ErrorOutput& printed, job_state_t& state);
     static void recordWriter(const writer_data_t& run, const WriterResult& result, bool found,
                              job_state_t& state);
     static void recordPair(const prover_data_t& job, const PairResult& result, job_state_t& state);
@@ -291,8 +293,7 @@ private:
 
     // ProofDirector.cpp
 
-    void addError(const QString& message);
-    void tellFailure(const std::string& line, const QString& message);
+    void tellFailure(const std::string& line, const QString& message, const QString& file = {});
     void report(const std::string& words) const;
 
     /// A progress line, prefixed; empty unless the trace level asks for it.

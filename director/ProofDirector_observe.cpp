@@ -6,6 +6,7 @@
 #include "director/ProofDirectorObserver.h"
 
 #include "director/ChildProcess.h"
+#include "director/ErrorOutput.h"
 #include "director/ProofDirector.h"
 #include "director/ProofDirector_p.h"
 #include "director/jobs.h"
@@ -99,6 +100,21 @@ void ProofDirector::announceJob(std::size_t index, job_state_t& state)
     state.record->wanted = goals.size();
     state.record->secondaryFile = writerData.at(index).po2filename;
     settings.observer->jobBegins({index, goals});
+}
+
+/// How much of the standard error of a job's next tools is kept.
+int ProofDirector::roomForErrors(const job_state_t& state) const
+{
+    return state.record && settings.keepErrorOutput
+               ? ErrorOutput::MOST - state.record->errorOutput.size()
+               : 0;
+}
+
+void ProofDirector::recordErrors(const ErrorOutput& printed, job_state_t& state)
+{
+    if (printed.number() >= 0) {
+        state.record->errorOutput += printed.text();
+    }
 }
 
 void ProofDirector::recordWriter(const writer_data_t& run, const WriterResult& result, bool found,

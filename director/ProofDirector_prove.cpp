@@ -7,9 +7,11 @@
 
 #include "base/LogLine.h"
 #include "director/ChildProcess.h"
+#include "director/ErrorOutput.h"
 #include "director/ProofDirectorObserver.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
+#include "director/job_end.h"
 #include "director/verdict.h"
 
 #include <algorithm>
@@ -22,6 +24,16 @@ namespace
 /// on, must not take the memory of the machine.
 constexpr std::size_t OUTPUT_LIMIT = std::size_t(64) << 20;
 constexpr std::size_t OUTPUT_LIMIT_PER_GOAL = 256;
+
+/// Whether the first `goals` lines each decide their goal.
+bool areDecisive(ResultLines lines, std::size_t goals)
+{
+    bool decisive = true;
+    for (std::size_t goal = 0; decisive && goal < goals; ++goal) {
+        decisive = verdictOfLine(lines.take()).value_or(verdict_t::unknown) != verdict_t::unknown;
+    }
+    return decisive;
+}
 
 std::size_t outputLimit(const ProofDirector::prover_data_t& job)
 {
@@ -52,7 +64,7 @@ void ProofDirector::proveEntry(const std::size_t& index)
     traceLine("Issuing proving command " + job.cmdp.toStdString() + " " +
               job.argsp.join(QLatin1Char(' ')).toStdString() + "\n and reading command " +
               job.cmdr.toStdString() + " " + job.argsr.join(QLatin1Char(' ')).toStdString());
-    const PairResult result = runProver(job);
+    const PairResult result = runProver(job, state);
     recordPair(job, result, state);
     const job_end_t end = judgePair(job, result);
     if (end == job_end_t::read) {
@@ -63,67 +75,83 @@ void ProofDirector::proveEntry(const std::size_t& index)
     endJob(index);
 }
 
-PairResult ProofDirector::runProver(const prover_data_t& job)
+PairResult ProofDirector::runProver(const prover_data_t& job, job_state_t& state)
 {
     const bool fed = driver.prover.input == mechanism::input_t::standardInput;
+    const ErrorOutput printed(roomForErrors(state));
     PairRun run;
     run.prover = {job.cmdp, job.argsp};
     run.input = fed ? job.inpath : QString();
     run.reader = {job.cmdr, job.argsr};
     run.most = outputLimit(job);
-    return runPair(run, *processes);
+    run.errors = printed.number();
+    run.timeLimit = settings.timeLimit;
+    run.memoryLimit = settings.memoryLimit;
+    PairResult result = runPair(run, *processes);
+    recordErrors(printed, state);
+    return result;
 }
 
-/// Whether the output of a pair can be merged; if not, says why.
+/// How a job ends whose pair has ended so; says what is wrong.
 job_end_t ProofDirector::judgePair(const prover_data_t& job, const PairResult& result)
 {
-    switch (result.end) {
-    case PairEnd::Read:
+    const ResultLines lines(result.output);
+    pair_facts_t facts;
+    facts.end = result.end;
+    facts.prover = result.prover;
+    facts.complete = modelRun || lines.count() == job.po_addresses.size();
+    // What a stop has killed has not failed for want of memory.
+    facts.memoryLimit = processes->isClosed() ? 0 : settings.memoryLimit;
+    facts.decisive =
+        facts.memoryLimit != 0 && areDecisive(lines, modelRun ? 1 : job.po_addresses.size());
+    const job_end_t end = endOfJob(facts);
+    if (result.end == PairEnd::Read) {
         traceLine("processing command output " + result.output.trimmed().toStdString());
-        return hasExpectedCount(job, ResultLines(result.output).count()) ? job_end_t::read
-                                                                         : job_end_t::wrongCount;
-    case PairEnd::ProverCrashed:
-        tellFailure("Driver prover crashed.\n",
-                    QObject::tr("Driver %1 prover crashed.").arg(driver.name));
-        return stoppedOr(job_end_t::proverCrashed);
-    case PairEnd::ReaderCrashed:
-        tellFailure("Driver reader crashed.\n",
-                    QObject::tr("Driver %1 reader crashed.").arg(driver.name));
-        return stoppedOr(job_end_t::readerCrashed);
-    case PairEnd::TooMuch:
+    }
+    tellEnd(end, job, result);
+    const bool crashed = end == job_end_t::proverCrashed || end == job_end_t::readerCrashed;
+    return crashed && processes->isClosed() ? job_end_t::stopped : end;
+}
+
+/// Says why a job is lost. One line per goal is the whole contract with a reader; in a model run
+/// the lines after the first are a model.
+void ProofDirector::tellEnd(const job_end_t& end, const prover_data_t& job,
+                            const PairResult& result)
+{
+    switch (end) {
+    case job_end_t::wrongCount:
+        tellFailure(
+            "Unexpected number of results. Expected: " + std::to_string(job.po_addresses.size()) +
+                " Found: " + std::to_string(ResultLines(result.output).count()) + "\n",
+            QObject::tr("Unexpected number of results from driver %1 reader."));
+        break;
+    case job_end_t::proverCrashed:
+        tellFailure("Driver prover crashed.\n", QObject::tr("Driver %1 prover crashed."));
+        break;
+    case job_end_t::readerCrashed:
+        tellFailure("Driver reader crashed.\n", QObject::tr("Driver %1 reader crashed."));
+        break;
+    case job_end_t::timeLimit:
+        tellFailure("Driver prover killed at the time limit.\n",
+                    QObject::tr("Driver %1 prover ran into the time limit."));
+        break;
+    case job_end_t::memoryLimit:
+        tellFailure("Driver prover failed under the memory limit.\n",
+                    QObject::tr("Driver %1 prover ran into the memory limit."));
+        break;
+    case job_end_t::tooMuch:
         tellFailure(LOG_PREFIX + ("Reader printed more than " + std::to_string(outputLimit(job))) +
                         " bytes: the results of a job are lost.\n",
-                    QObject::tr("Driver %1 reader printed too much.").arg(driver.name));
-        return job_end_t::tooMuch;
-    case PairEnd::Refused:
-        tellFailure(
-            LOG_PREFIX + ("Prover or reader refused: " + result.refusal.toStdString()) + "\n",
-            QObject::tr("Driver %1 prover or reader could not be started.").arg(driver.name));
-        return job_end_t::refused;
-    case PairEnd::Stopped:
+                    QObject::tr("Driver %1 reader printed too much."));
+        break;
+    case job_end_t::refused:
+        tellFailure(LOG_PREFIX + ("Prover or reader refused: " + result.refusal.toStdString()) +
+                        "\n",
+                    QObject::tr("Driver %1 prover or reader could not be started."));
+        break;
+    default: // there is nothing to say
         break;
     }
-    return job_end_t::stopped;
-}
-
-/// How a job ended that a crash has ended: the stop kills the tools that run.
-job_end_t ProofDirector::stoppedOr(job_end_t crash) const
-{
-    return processes->isClosed() ? job_end_t::stopped : crash;
-}
-
-/// One line per goal is the whole contract with a reader; anything else loses the job. In a model
-/// run the lines after the first are a model.
-bool ProofDirector::hasExpectedCount(const prover_data_t& job, std::size_t found)
-{
-    if (modelRun || found == job.po_addresses.size()) {
-        return true;
-    }
-    tellFailure(
-        "Unexpected number of results. Expected: " + std::to_string(job.po_addresses.size()) +
-            " Found: " + std::to_string(found) + "\n",
-        QObject::tr("Unexpected number of results from driver %1 reader.").arg(driver.name));
-    return false;
 }
 
 /// Merges and reports the results of a job, and waits until they are on disk. Does nothing once the

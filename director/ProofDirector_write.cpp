@@ -6,6 +6,7 @@
 
 #include "base/LogLine.h"
 #include "director/ChildProcess.h"
+#include "director/ErrorOutput.h"
 #include "director/ProofDirectorObserver.h"
 #include "director/ProofDirector_p.h"
 
@@ -49,9 +50,9 @@ void ProofDirector::writeEntry(const std::size_t& index)
         endJob(index);
         return;
     }
-    WriterRun written;
-    written.writer = {run.cmd, run.args};
-    const WriterResult result = runWriter(written, *processes);
+    const ErrorOutput printed(roomForErrors(state));
+    const WriterResult result = runWriter({{run.cmd, run.args}, printed.number()}, *processes);
+    recordErrors(printed, state);
     const bool found = isThere(run.po2filename);
     recordWriter(run, result, found, state);
     judgeWriter(run, result.end, found);
@@ -64,20 +65,18 @@ void ProofDirector::judgeWriter(const writer_data_t& run, const WriterEnd& end, 
     case WriterEnd::NotStarted:
         tellFailure(
             LOG_PREFIX + std::string("Writer had an error.\n"),
-            QObject::tr("Error starting secondary proof obligation generation for driver %1.")
-                .arg(driver.name));
+            QObject::tr("Error starting secondary proof obligation generation for driver %1."));
         break;
     case WriterEnd::Crashed:
         tellFailure(LOG_PREFIX + std::string("Writer crashed.\n"),
-                    QObject::tr("Secondary proof obligation generation for driver %1 crashed.")
-                        .arg(driver.name));
+                    QObject::tr("Secondary proof obligation generation for driver %1 crashed."));
         break;
     case WriterEnd::Exited:
         if (!found) {
             tellFailure(
                 LOG_PREFIX + ("Secondary po " + run.po2filename.toStdString()) + " not found.\n",
-                QObject::tr("Secondary proof obligation for driver %1 not found in file %2.")
-                    .arg(driver.name, run.po2filename));
+                QObject::tr("Secondary proof obligation for driver %1 not found in file %2."),
+                run.po2filename);
         }
         break;
     case WriterEnd::Stopped:
@@ -98,7 +97,7 @@ bool ProofDirector::removeLeftFile(const QString& file, job_state_t& state)
     const std::string reason = std::strerror(errno);
     tellFailure(LOG_PREFIX + ("Cannot remove " + file.toStdString()) +
                     ", which is left from an earlier run: " + reason + "\n",
-                QObject::tr("Driver %1 cannot write file %2.").arg(driver.name, file));
+                QObject::tr("Driver %1 cannot write file %2."), file);
     if (state.record) {
         state.record->end = job_end_t::leftFile;
         state.record->reason = QString::fromStdString(reason);

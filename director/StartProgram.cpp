@@ -1,5 +1,6 @@
 #include "director/StartProgram.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <utility>
@@ -110,6 +111,16 @@ int Child::start(const Arguments& arguments, const Streams& streams, pid_t group
         end.lentKiB = ownPeakKiB();
     }
     return end.error;
+}
+
+void Child::limitMemory(std::uint64_t bytes) const noexcept
+{
+    rlimit limit = {};
+    if (pid != 0 && ::prlimit(pid, RLIMIT_AS, nullptr, &limit) == 0) {
+        limit.rlim_max = std::min<rlim_t>(limit.rlim_max, bytes);
+        limit.rlim_cur = std::min<rlim_t>(limit.rlim_cur, bytes);
+        ::prlimit(pid, RLIMIT_AS, &limit, nullptr);
+    }
 }
 
 const ChildEnd& Child::reap() noexcept

@@ -96,6 +96,10 @@ public:
     /// before its first instruction; returns once it runs or cannot, with 0 or the reason.
     int start(const Arguments& arguments, const Streams& streams, pid_t group) noexcept;
 
+    /// Limits the address space of the child, and of what it starts from now on, to `bytes`. A
+    /// tighter limit that it has stays.
+    void limitMemory(std::uint64_t bytes) const noexcept;
+
     bool isRunning() const
     {
         return pid != 0;
