@@ -63,24 +63,33 @@ private:
     QSet<QString> known;
 };
 
-/// The status of an element that belongs to `goal`.
-pos::status_t statusIn(const QDomElement& element, const QString& file, const QString& goal)
+/// Where a goal is recorded; its name is made only for the line of an error.
+struct place_t {
+    const QString& file;
+    const QString& obligation;
+    std::size_t goal;
+};
+
+/// The status of an element that belongs to the goal at `place`.
+pos::status_t statusIn(const QDomElement& element, const place_t& place)
 {
     try {
         return pos::statusOf(element);
     } catch (const std::out_of_range&) {
-        failAt(file, QStringLiteral("goal %1: %2 \"%3\" has the unknown status \"%4\": correct the "
-                                    "word (\"mechtool check\" lists all of them)")
-                         .arg(goal, element.tagName(), shown(pos::nameOf(element)),
-                              shown(pos::statusWordOf(element))));
+        const QString name = shown(pos::nameOf(element));
+        failAt(place.file,
+               QStringLiteral("goal %1: %2%3 has the unknown status \"%4\": correct the word "
+                              "(\"mechtool check\" lists all of them)")
+                   .arg(goalName(place.obligation, place.goal), element.tagName(),
+                        name.isEmpty() ? name : QStringLiteral(" \"%1\"").arg(name),
+                        shown(pos::statusWordOf(element))));
     }
 }
 
-goal_t viewOfGoal(const QDomElement& element, const QString& file, const QString& name,
-                  Texts& texts)
+goal_t viewOfGoal(const QDomElement& element, const place_t& place, Texts& texts)
 {
     goal_t goal;
-    goal.status = statusIn(element, file, name);
+    goal.status = statusIn(element, place);
     goal.byProver = pos::isProvedByProver(element);
     goal.prover = texts.shared(
         element.firstChildElement(pos::TAG_PROOF_STATE).attribute(pos::ATTR_PROOF_STATE));
@@ -92,10 +101,9 @@ goal_t viewOfGoal(const QDomElement& element, const QString& file, const QString
     for (const QDomElement& mechanism : pos::mechanismsOf(element)) {
         mechanism_record_t record;
         record.name = texts.shared(pos::nameOf(mechanism));
-        record.status = statusIn(mechanism, file, name);
+        record.status = statusIn(mechanism, place);
         for (const QDomElement& driver : pos::driversOf(mechanism)) {
-            record.drivers.push_back(
-                {texts.shared(pos::nameOf(driver)), statusIn(driver, file, name)});
+            record.drivers.push_back({texts.shared(pos::nameOf(driver)), statusIn(driver, place)});
         }
         goal.mechanisms.push_back(std::move(record));
     }
@@ -194,7 +202,7 @@ component_t viewOf(const QDomDocument& document, const QString& file)
         obligation.name = names.at(static_cast<int>(component.obligations.size()));
         for (const QDomElement& goal : pos::goalsOf(element)) {
             obligation.goals.push_back(
-                viewOfGoal(goal, file, goalName(obligation.name, obligation.goals.size()), texts));
+                viewOfGoal(goal, {file, obligation.name, obligation.goals.size()}, texts));
         }
         component.obligations.push_back(std::move(obligation));
     }

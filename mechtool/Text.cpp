@@ -61,6 +61,12 @@ int widthOf(const QString& text)
 
 QString shown(const QString& name)
 {
+    const auto isPlain = [](QChar c) {
+        return c.unicode() >= ' ' && c.unicode() < 0x7f && c.unicode() != '\\';
+    };
+    if (std::all_of(name.begin(), name.end(), isPlain)) {
+        return name; // as nearly all are
+    }
     QString text;
     for (int i = 0; i < name.size(); ++i) {
         const QChar unit = name.at(i);
