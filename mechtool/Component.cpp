@@ -33,9 +33,6 @@ QString obstacleOf(const QString& file)
     if (!info.isFile()) {
         return QStringLiteral("this is no regular file: copy it into one");
     }
-    if (info.size() == 0) {
-        return QStringLiteral("the file is empty: take a copy, or begin with \"mechtool new\"");
-    }
     if (info.size() > MAX_XML_FILE_SIZE) {
         return QStringLiteral("the file is larger than 512 MiB: it cannot be read");
     }
@@ -48,6 +45,11 @@ QString obstacleOf(const QString& file)
 [[noreturn]] void failAt(const QString& file, const QString& what)
 {
     throw CannotAnswer(shown(file) + QStringLiteral(": ") + what);
+}
+
+[[noreturn]] void failNoPos(const QString& file, const QString& what)
+{
+    throw NoPosFile(shown(file) + QStringLiteral(": ") + what);
 }
 
 /// Texts that are the same share their memory. A null text stays null.
@@ -161,13 +163,18 @@ QDomDocument loadDocument(const QString& file)
         failAt(file, QStringLiteral("it cannot be read: check it and its folder"));
     }
     const QDomElement root = document.documentElement();
+    if (QFileInfo(file).size() == 0) {
+        failNoPos(file, QStringLiteral("the file is empty: take a copy, or begin with \"mechtool "
+                                       "new\""));
+    }
     if (root.isNull()) {
-        failAt(file,
-               QStringLiteral("not well-formed: %1: mend it, or take a copy").arg(faultOf(file)));
+        failNoPos(
+            file,
+            QStringLiteral("not well-formed: %1: mend it, or take a copy").arg(faultOf(file)));
     }
     if (root.tagName() != pos::TAG_PROOF_OBLIGATIONS) {
-        failAt(file, QStringLiteral("no POS file: it holds <%1>, not <%2>: check the path")
-                         .arg(shown(root.tagName()), pos::TAG_PROOF_OBLIGATIONS));
+        failNoPos(file, QStringLiteral("no POS file: it holds <%1>, not <%2>: check the path")
+                            .arg(shown(root.tagName()), pos::TAG_PROOF_OBLIGATIONS));
     }
     return document;
 }

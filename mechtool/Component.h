@@ -6,6 +6,7 @@
 // Goals are written OBLIGATION.N, with N from 1 within the obligation. Where several obligations
 // bear the same tag, the second and later ones are written OBLIGATION#2, OBLIGATION#3.
 
+#include "mechtool/Command.h"
 #include "pos/pos.h"
 
 #include <QDomDocument>
@@ -51,8 +52,15 @@ struct component_t {
 /// Obligation and goal, both from 0, in document order.
 using address_t = std::pair<std::size_t, std::size_t>;
 
-/// The document in the POS file at `file`. Throws CannotAnswer, with what is wrong and where, when
-/// there is no such file, or it is no POS file, or it is not well-formed.
+/// A file that can be read and is no POS file.
+class NoPosFile : public CannotAnswer
+{
+public:
+    using CannotAnswer::CannotAnswer;
+};
+
+/// The document in the POS file at `file`. Throws, with what is wrong and where: CannotAnswer when
+/// it cannot be read, NoPosFile when it is of another kind, empty, or not well-formed.
 QDomDocument loadDocument(const QString& file);
 
 /// Where and why an XML file is not well-formed, for a line.

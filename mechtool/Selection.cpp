@@ -65,12 +65,12 @@ QStringList statusWords()
             pos::ATTR_VALUE_UNKNOWN, pos::ATTR_VALUE_UNPROVED};
 }
 
-void addSelection(Options& options)
+void addSelection(Options& options, const QString& bearers)
 {
     options.parser.addOption(
         {STATUS,
-         QStringLiteral("Only goals of this status: %1. May be given several times.")
-             .arg(commaSeparated(statusWords())),
+         QStringLiteral("Only %1 of this status: %2. May be given several times.")
+             .arg(bearers, commaSeparated(statusWords())),
          QStringLiteral("WORD")});
     options.parser.addOption(
         {OBLIGATION,

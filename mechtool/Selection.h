@@ -43,8 +43,8 @@ struct selection_t {
 /// The words for statuses, in the order in which the tables have them: from proved to unproved.
 QStringList statusWords();
 
-/// Adds the options --status and --obligation.
-void addSelection(Options& options);
+/// Adds the options --status and --obligation. `bearers`, in the plural, have the statuses.
+void addSelection(Options& options, const QString& bearers = QStringLiteral("goals"));
 
 /// The selection that the options make. Throws CannotAnswer for an unknown status.
 selection_t selectionOf(const Options& options);

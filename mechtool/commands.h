@@ -5,4 +5,6 @@
 
 #include "mechtool/Command.h"
 
+answer_t runForget(const QStringList& words);
 answer_t runNew(const QStringList& words);
+answer_t runReset(const QStringList& words);

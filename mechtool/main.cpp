@@ -17,6 +17,8 @@ namespace
 {
 
 const Command COMMANDS[] = {
+    {"reset", "forget what mechanisms found, or a part of it", runReset},
+    {"forget", "remove mechanisms from a POS file", runForget},
     {"new", "make a fresh POS file", runNew},
 };
 

@@ -15,4 +15,7 @@ bool isProvedByProver(const QDomElement& goal);
 /// a reliable proof outweighs unreliable ones. Never UNKNOWN.
 status_t expectedStatus(const QDomElement& goal);
 
+/// The same as if the independent analyser had said nothing, which is how `unprove` leaves a goal.
+status_t expectedStatusWithoutAnalyser(const QDomElement& goal);
+
 } // namespace pos

@@ -1,0 +1,28 @@
+#pragma once
+
+// A change of a POS file, as the commands that change one carry it out.
+
+#include "mechtool/Command.h"
+
+#include <QDomDocument>
+#include <QString>
+
+#include <functional>
+
+/// The POS file to change, and whether to change it.
+struct edited_file_t {
+    QString path;
+    bool dryRun = false; ///< only say what would change
+};
+
+/// Adds the option --dry-run and the argument POS.
+void addEditedFile(Options& options);
+
+/// The option and the first argument.
+edited_file_t editedFileOf(const Options& options);
+
+/// Applies `change` to the document of the file, and says on standard output how many goals have
+/// another status or other records by then. The file is replaced when there is any, and not before
+/// `change` has returned. What `change` throws leaves it alone; std::out_of_range, for an unknown
+/// word, becomes a CannotAnswer that names the goal.
+void editPosFile(const edited_file_t& file, const std::function<void(QDomDocument&)>& change);
