@@ -47,11 +47,6 @@ QString obstacleOf(const QString& file)
     throw CannotAnswer(shown(file) + QStringLiteral(": ") + what);
 }
 
-[[noreturn]] void failNoPos(const QString& file, const QString& what)
-{
-    throw NoPosFile(shown(file) + QStringLiteral(": ") + what);
-}
-
 /// Texts that are the same share their memory. A null text stays null.
 class Texts
 {
@@ -137,6 +132,11 @@ int distance(const QString& one, const QString& other)
 
 } // namespace
 
+NoPosFile::NoPosFile(const QString& file, const QString& why)
+    : CannotAnswer(shown(file) + QStringLiteral(": ") + why), reason(why)
+{
+}
+
 QString faultOf(const QString& file)
 {
     QFile opened(file);
@@ -145,11 +145,12 @@ QString faultOf(const QString& file)
     while (!reader.atEnd()) {
         reader.readNext();
     }
-    return reader.hasError()
-               ? QStringLiteral("line %1: %2")
-                     .arg(reader.lineNumber())
-                     .arg(shown(reader.errorString()))
-               : QStringLiteral("it is nested too deeply, or its entities expand to too much");
+    if (!reader.hasError()) {
+        return QStringLiteral("it is nested too deeply, or its entities expand to too much");
+    }
+    QString fault = shown(reader.errorString());
+    fault.chop(fault.endsWith(QLatin1Char('.')) ? 1 : 0);
+    return QStringLiteral("line %1: %2").arg(QString::number(reader.lineNumber()), fault);
 }
 
 QDomDocument loadDocument(const QString& file)
@@ -164,17 +165,18 @@ QDomDocument loadDocument(const QString& file)
     }
     const QDomElement root = document.documentElement();
     if (QFileInfo(file).size() == 0) {
-        failNoPos(file, QStringLiteral("the file is empty: take a copy, or begin with \"mechtool "
+        throw NoPosFile(file,
+                        QStringLiteral("the file is empty: take a copy, or begin with \"mechtool "
                                        "new\""));
     }
     if (root.isNull()) {
-        failNoPos(
+        throw NoPosFile(
             file,
             QStringLiteral("not well-formed: %1: mend it, or take a copy").arg(faultOf(file)));
     }
     if (root.tagName() != pos::TAG_PROOF_OBLIGATIONS) {
-        failNoPos(file, QStringLiteral("no POS file: it holds <%1>, not <%2>: check the path")
-                            .arg(shown(root.tagName()), pos::TAG_PROOF_OBLIGATIONS));
+        throw NoPosFile(file, QStringLiteral("no POS file: it holds <%1>, not <%2>: check the path")
+                                  .arg(shown(root.tagName()), pos::TAG_PROOF_OBLIGATIONS));
     }
     return document;
 }

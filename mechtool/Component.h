@@ -56,7 +56,9 @@ using address_t = std::pair<std::size_t, std::size_t>;
 class NoPosFile : public CannotAnswer
 {
 public:
-    using CannotAnswer::CannotAnswer;
+    NoPosFile(const QString& file, const QString& why);
+
+    QString reason; ///< the line without the name of the file
 };
 
 /// The document in the POS file at `file`. Throws, with what is wrong and where: CannotAnswer when
