@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <limits>
 
 #include <fcntl.h>
@@ -174,6 +175,13 @@ PairEnd awaitPair(Child& prover, Child& reader, Output& output, std::chrono::mil
     return output.isTooMuch() ? PairEnd::TooMuch : PairEnd::Read;
 }
 
+/// Whether this signal has ended a child. It may have been sent to the whole group: then the guard
+/// is about to end too, and nobody must get the group meanwhile.
+bool wasKilled(Child& child)
+{
+    return !child.isRunning() && child.reap().signal == SIGKILL;
+}
+
 /// Waits for a pair that was started, and leaves neither of the two. `starting` is why one of them
 /// was not started.
 PairResult finishPair(Child& prover, Child& reader, Output& output, const PairRun& run,
@@ -187,7 +195,7 @@ PairResult finishPair(Child& prover, Child& reader, Output& output, const PairRu
         result.end = awaitPair(prover, reader, output, run.timeLimit);
         error = errno;
     }
-    if (result.end == PairEnd::TimeLimit) {
+    if (result.end == PairEnd::TimeLimit || wasKilled(prover) || wasKilled(reader)) {
         group.end();
     }
     result.prover = prover.killAndReap();
@@ -200,7 +208,7 @@ PairResult finishPair(Child& prover, Child& reader, Output& output, const PairRu
     return result;
 }
 
-WriterResult runWriterIn(const GroupLease& group, const Arguments& arguments, int errors)
+WriterResult runWriterIn(GroupLease& group, const Arguments& arguments, int errors)
 {
     WriterResult result;
     const Descriptor null(openNull());
@@ -219,6 +227,9 @@ WriterResult runWriterIn(const GroupLease& group, const Arguments& arguments, in
         return result;
     }
     result.writer = child.reap();
+    if (wasKilled(child)) {
+        group.end();
+    }
     result.end = !result.writer.started  ? WriterEnd::NotStarted
                  : result.writer.crashed ? WriterEnd::Crashed
                                          : WriterEnd::Exited;
@@ -230,8 +241,8 @@ PairResult runPairIn(GroupLease& group, const Arguments& prover, const Arguments
 {
     const Descriptor null(openNull());
     Pipe between;
-    Pipe results;
-    if (!null.isOpen() || !between.open() || !results.open()) {
+    Pipe printed;
+    if (!null.isOpen() || !between.open() || !printed.open()) {
         return refused(errno);
     }
     const Descriptor file(run.input.isEmpty() ? openNull() : openInput(run.input));
@@ -242,9 +253,9 @@ PairResult runPairIn(GroupLease& group, const Arguments& prover, const Arguments
     const int lifeline = group.lifeline();
     const int errors = run.errors < 0 ? null.number() : run.errors;
     const Streams proverStreams(file.number(), between.toWrite.number(), errors, lifeline);
-    const Streams readerStreams(between.toRead.number(), results.toWrite.number(), errors,
+    const Streams readerStreams(between.toRead.number(), printed.toWrite.number(), errors,
                                 lifeline);
-    Output output(std::move(results.toRead), run.most);
+    Output output(std::move(printed.toRead), run.most);
     Child provers;
     Child readers;
     const bool open = group.start([&] {
@@ -262,7 +273,7 @@ PairResult runPairIn(GroupLease& group, const Arguments& prover, const Arguments
         return {};
     }
     between.close();
-    results.close();
+    printed.close();
     PairResult result =
         finishPair(provers, readers, output, run, group, isRefusal(proving) ? proving : reading);
     result.prover.error = proving; // also when its input was to blame

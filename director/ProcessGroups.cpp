@@ -289,7 +289,7 @@ int GroupLease::lifeline() const
 
 bool GroupLease::giveUp()
 {
-    return groups.discard(std::exchange(group, 0), true);
+    return group != 0 && groups.discard(std::exchange(group, 0), true);
 }
 
 void GroupLease::end()

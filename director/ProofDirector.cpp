@@ -68,7 +68,7 @@ std::string ProofDirector::getMechanismName() const
 
 QStringList ProofDirector::getErrors() const
 {
-    const std::lock_guard<std::mutex> lock(entryMutex);
+    const std::lock_guard<std::mutex> lock(jobMutex);
     return errors;
 }
 
@@ -93,7 +93,7 @@ void ProofDirector::tellFailure(const std::string& line, const QString& message,
     if (settings.observer == nullptr) {
         writeLog(line);
     }
-    const std::lock_guard<std::mutex> lock(entryMutex);
+    const std::lock_guard<std::mutex> lock(jobMutex);
     errors.append(file.isNull() ? message.arg(driver.name) : message.arg(driver.name, file));
 }
 

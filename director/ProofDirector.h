@@ -52,7 +52,7 @@
 
 class ErrorOutput;
 class ProcessGroups;
-class ResultLines;
+class ReaderLines;
 class SavedFile;
 class SaveGroup;
 enum class job_end_t : int;
@@ -203,8 +203,6 @@ public:
     friend std::ostream& operator<<(std::ostream& out, const ProofDirector& director);
 
 private:
-    friend class ProofDirectorTest;
-
     // ProofDirector_load.cpp
     bool readPosFile(QDomDocument& document) const;
     void takeDocument(const QDomDocument& document);
@@ -220,8 +218,6 @@ private:
 
     // ProofDirector_select.cpp
     std::optional<address_t> onlyGoal() const;
-    writer_data_t writerRun(const QString& file, const QStringList& goalWords,
-                            const QString& inputFile, const addresses_t& positions) const;
 
     // ProofDirector_work.cpp
 
@@ -262,12 +258,12 @@ private:
     PairResult runProver(const prover_data_t& job, job_state_t& state);
     job_end_t judgePair(const prover_data_t& job, const PairResult& result);
     void tellEnd(const job_end_t& end, const prover_data_t& job, const PairResult& result);
-    void mergeResults(const prover_data_t& job, const QByteArray& output, job_state_t& state);
+    void mergeVerdicts(const prover_data_t& job, const QByteArray& output, job_state_t& state);
     void tell(const story_t& story) const;
-    bool reportResults(const prover_data_t& job, ResultLines lines, story_t& story,
-                       job_ended_t* record);
+    bool reportVerdicts(const prover_data_t& job, ReaderLines lines, story_t& story,
+                        job_ended_t* record);
     void reportHeadings(std::size_t obligation, std::string& marks);
-    void applyResult(const address_t& address, const verdict_t& verdict, std::string& traced);
+    void applyVerdict(const address_t& address, const verdict_t& verdict, std::string& traced);
 
     // ProofDirector_update.cpp
     void updateStatus(const address_t& address, const verdict_t& verdict);
@@ -316,19 +312,19 @@ private:
     /// The POS document. Guarded by `domMutex`, as are the goal records and the counters below.
     QDomDocument dom;
 
-    /// Messages about failed children. Guarded by `entryMutex`.
+    /// Messages about failed children. Guarded by `jobMutex`.
     QStringList errors;
 
     /// Where writers, provers and readers run; has a lock of its own.
     std::unique_ptr<ProcessGroups> processes;
 
     /// Index of the next job to hand out for writing (and perhaps proving), and of the next one
-    /// for proving alone. Guarded by `entryMutex`.
-    std::size_t nextEntry = 0;
-    std::size_t nextProof = 0;
+    /// for proving alone. Guarded by `jobMutex`.
+    std::size_t nextToWrite = 0;
+    std::size_t nextToProve = 0;
 
-    std::vector<job_state_t> jobStates; ///< one per job; `entryMutex` guards who runs which
-    mutable std::mutex entryMutex;
+    std::vector<job_state_t> jobStates; ///< one per job; `jobMutex` guards who runs which
+    mutable std::mutex jobMutex;
 
     /// The driver being played. Changed between the workers of two drivers only.
     mechanism::driver_t driver;
@@ -341,11 +337,11 @@ private:
     /// before `domMutex`.
     std::mutex reportMutex;
 
-    /// One entry per obligation of the document, with its name and goals. Guarded by `domMutex`.
+    /// The obligations of the document, each with its name and goals. Guarded by `domMutex`.
     obligations_t obligations;
 
-    /// The jobs of the current driver: entry k of both is job k. Replaced between the workers of
-    /// two drivers only; `writerData` under `fileMutex`, because `stop` reads it at any time.
+    /// The jobs of the current driver: element k of both is of job k. Replaced between the workers
+    /// of two drivers only; `writerData` under `fileMutex`, because `stop` reads it at any time.
     std::vector<writer_data_t> writerData;
     std::vector<prover_data_t> proverData;
     std::mutex fileMutex;

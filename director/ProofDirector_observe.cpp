@@ -139,7 +139,7 @@ void ProofDirector::recordPair(const prover_data_t& job, const PairResult& resul
         state.record->reason = result.refusal;
         state.record->wallSeconds = secondsSince(state.begun);
         if (result.end == PairEnd::Read) {
-            state.record->found = ResultLines(result.output).count();
+            state.record->found = ReaderLines(result.output).count();
         }
     }
 }
@@ -150,7 +150,7 @@ bool ProofDirector::endJob(std::size_t index)
 {
     std::unique_ptr<job_ended_t> record;
     {
-        const std::lock_guard<std::mutex> lock(entryMutex);
+        const std::lock_guard<std::mutex> lock(jobMutex);
         if (index < jobStates.size()) {
             record = std::move(jobStates[index].record);
         }
@@ -171,7 +171,7 @@ bool ProofDirector::endJob(std::size_t index)
 bool ProofDirector::loseJob(std::size_t index, const job_end_t& end)
 {
     {
-        const std::lock_guard<std::mutex> lock(entryMutex);
+        const std::lock_guard<std::mutex> lock(jobMutex);
         job_ended_t* const record =
             index < jobStates.size() ? jobStates[index].record.get() : nullptr;
         if (record != nullptr && record->end != job_end_t::read) {

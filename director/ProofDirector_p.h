@@ -3,6 +3,7 @@
 // The decisions of the director as functions on values, and the texts that several of its sources
 // use. Private to the folder and its tests.
 
+#include "director/ProofDirector.h"
 #include "mechanism/Mechanism.h"
 #include "pos/pos.h"
 
@@ -37,12 +38,17 @@ void append_param(const mechanism::param_t& param, QStringList& args, const QStr
 // NOLINTNEXTLINE(performance-unnecessary-value-param): by value is what its callers know
 void addParametersBits(QStringList& args, mechanism::tool_t tool);
 
+/// Merges the verdict of a driver on a goal into the record of the goal and into the document.
+/// Returns whether the goal itself has a better status now.
+bool mergeVerdict(ProofDirector::po_data_t& record, const QString& driver, const verdict_t& verdict,
+                  const mechanism::trust_t& trust);
+
 /// The lines of a reader's output: white space at both ends goes, then every line feed separates.
 /// Empty output is one empty line.
-class ResultLines
+class ReaderLines
 {
 public:
-    explicit ResultLines(const QByteArray& output) : text(output.trimmed()) {}
+    explicit ReaderLines(const QByteArray& output) : text(output.trimmed()) {}
 
     std::size_t count() const
     {

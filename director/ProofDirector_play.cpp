@@ -140,7 +140,7 @@ void ProofDirector::stop()
         ticket = saves->join({true, true}); // in a hurry: no job ends any more
     }
     saves->wait(ticket);
-    // Only now: a start that the system does not finish must not keep the results from the disk.
+    // Only now: a start that the system does not finish must not keep the verdicts from the disk.
     processes->awaitStarts(START_LIMIT);
     removeSecondaryFiles();
 }

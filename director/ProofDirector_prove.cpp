@@ -1,7 +1,7 @@
-// Proving. Runs the prover of one job piped into its reader, takes one result line per goal, merges
-// and reports them under `domMutex`, and comes back when a document that holds them is on disk. A
-// job whose tools fail or whose lines do not match its goals changes nothing. May run on many
-// threads at once; no lock is held while a child runs.
+// Proving. Runs the prover of one job piped into its reader, takes one line per goal, merges the
+// verdicts and reports them under `domMutex`, and comes back when a document that holds them is on
+// disk. A job whose tools fail or whose lines do not match its goals changes nothing. May run on
+// many threads at once; no lock is held while a child runs.
 
 #include "director/ProofDirector.h"
 
@@ -26,7 +26,7 @@ constexpr std::size_t OUTPUT_LIMIT = std::size_t(64) << 20;
 constexpr std::size_t OUTPUT_LIMIT_PER_GOAL = 256;
 
 /// Whether the first `goals` lines each decide their goal.
-bool areDecisive(ResultLines lines, std::size_t goals)
+bool areDecisive(ReaderLines lines, std::size_t goals)
 {
     bool decisive = true;
     for (std::size_t goal = 0; decisive && goal < goals; ++goal) {
@@ -68,7 +68,7 @@ void ProofDirector::proveEntry(const std::size_t& index)
     recordPair(job, result, state);
     const job_end_t end = judgePair(job, result);
     if (end == job_end_t::read) {
-        mergeResults(job, result.output, state);
+        mergeVerdicts(job, result.output, state);
     } else if (state.record) {
         state.record->end = end;
     }
@@ -95,7 +95,7 @@ PairResult ProofDirector::runProver(const prover_data_t& job, job_state_t& state
 /// How a job ends whose pair has ended so; says what is wrong.
 job_end_t ProofDirector::judgePair(const prover_data_t& job, const PairResult& result)
 {
-    const ResultLines lines(result.output);
+    const ReaderLines lines(result.output);
     pair_facts_t facts;
     facts.end = result.end;
     facts.prover = result.prover;
@@ -122,7 +122,7 @@ void ProofDirector::tellEnd(const job_end_t& end, const prover_data_t& job,
     case job_end_t::wrongCount:
         tellFailure(
             "Unexpected number of results. Expected: " + std::to_string(job.po_addresses.size()) +
-                " Found: " + std::to_string(ResultLines(result.output).count()) + "\n",
+                " Found: " + std::to_string(ReaderLines(result.output).count()) + "\n",
             QObject::tr("Unexpected number of results from driver %1 reader."));
         break;
     case job_end_t::proverCrashed:
@@ -154,10 +154,10 @@ void ProofDirector::tellEnd(const job_end_t& end, const prover_data_t& job,
     }
 }
 
-/// Merges and reports the results of a job, and waits until they are on disk. Does nothing once the
-/// director is stopped.
-void ProofDirector::mergeResults(const prover_data_t& job, const QByteArray& output,
-                                 job_state_t& state)
+/// Merges and reports the verdicts of a job, and waits until they are on disk. Does nothing once
+/// the director is stopped.
+void ProofDirector::mergeVerdicts(const prover_data_t& job, const QByteArray& output,
+                                  job_state_t& state)
 {
     SaveGroup::Ticket ticket;
     {
@@ -168,7 +168,7 @@ void ProofDirector::mergeResults(const prover_data_t& job, const QByteArray& out
             if (stopped) {
                 return;
             }
-            if (reportResults(job, ResultLines(output), story, state.record.get())) {
+            if (reportVerdicts(job, ReaderLines(output), story, state.record.get())) {
                 story.trace += tracedLine("Saving new DOM in POS file " + pos.toStdString());
                 ticket = saves->join({false, true});
             }
@@ -196,8 +196,8 @@ void ProofDirector::tell(const story_t& story) const
 
 /// Applies the line of every goal and appends its mark to the report. Returns whether some line was
 /// recognised. Called with `domMutex` held.
-bool ProofDirector::reportResults(const prover_data_t& job, ResultLines lines, story_t& story,
-                                  job_ended_t* record)
+bool ProofDirector::reportVerdicts(const prover_data_t& job, ReaderLines lines, story_t& story,
+                                   job_ended_t* record)
 {
     std::string& marks = story.report;
     bool changed = false;
@@ -211,7 +211,7 @@ bool ProofDirector::reportResults(const prover_data_t& job, ResultLines lines, s
             marks += xml ? "<m/>" : "-";
             continue;
         }
-        applyResult(address, *verdict, story.trace);
+        applyVerdict(address, *verdict, story.trace);
         const pos::status_t status = obligations.at(address.first).second.at(address.second).status;
         marks += (xml ? xmlOfStatus : stringOfStatus).at(status);
         if (modelRun) {
@@ -246,8 +246,8 @@ void ProofDirector::reportHeadings(std::size_t obligation, std::string& marks)
 }
 
 /// Called with `domMutex` held.
-void ProofDirector::applyResult(const address_t& address, const verdict_t& verdict,
-                                std::string& traced)
+void ProofDirector::applyVerdict(const address_t& address, const verdict_t& verdict,
+                                 std::string& traced)
 {
     if (settings.traceLevel == TRACE_PROGRESS) {
         std::ostringstream line;

@@ -2,7 +2,7 @@
 // and runs them: on the thread that plays, on worker threads, or on threads of whoever calls the
 // worker bodies. A job that memory does not suffice for is lost, and the others go on. What else a
 // worker throws ends all of them and reaches the thread that plays. The counters are under
-// `entryMutex`; no lock is held while a job runs.
+// `jobMutex`; no lock is held while a job runs.
 
 #include "director/ProofDirector.h"
 
@@ -34,7 +34,7 @@ ProofDirector::job_state_t& ProofDirector::beginJob(std::size_t index)
     bool begins = false;
     job_state_t* state = nullptr;
     {
-        const std::lock_guard<std::mutex> lock(entryMutex);
+        const std::lock_guard<std::mutex> lock(jobMutex);
         state = &jobStates.at(index);
         begins = state->begun == decltype(state->begun)();
         if (begins) {
@@ -86,11 +86,11 @@ void ProofDirector::attempt(const std::size_t& index, const std::function<void()
 /// proves the job, too.
 bool ProofDirector::takeJobToWrite(bool proves, std::size_t& index)
 {
-    const std::lock_guard<std::mutex> lock(entryMutex);
-    if (nextEntry >= jobStates.size()) {
+    const std::lock_guard<std::mutex> lock(jobMutex);
+    if (nextToWrite >= jobStates.size()) {
         return false;
     }
-    index = nextEntry++;
+    index = nextToWrite++;
     jobStates[index].proofTaken = proves;
     traceWriting(index);
     return true;
@@ -99,14 +99,14 @@ bool ProofDirector::takeJobToWrite(bool proves, std::size_t& index)
 /// Takes the next job that nobody has taken to prove, if there is one, for the calling worker.
 bool ProofDirector::takeJobToProve(std::size_t& index)
 {
-    const std::lock_guard<std::mutex> lock(entryMutex);
-    while (nextProof < proverData.size() && jobStates.at(nextProof).proofTaken) {
-        ++nextProof;
+    const std::lock_guard<std::mutex> lock(jobMutex);
+    while (nextToProve < proverData.size() && jobStates.at(nextToProve).proofTaken) {
+        ++nextToProve;
     }
-    if (nextProof >= proverData.size()) {
+    if (nextToProve >= proverData.size()) {
         return false;
     }
-    index = nextProof++;
+    index = nextToProve++;
     traceProving(index);
     return true;
 }
@@ -114,9 +114,9 @@ bool ProofDirector::takeJobToProve(std::size_t& index)
 /// Nobody takes another job of the current driver.
 void ProofDirector::abandonJobs()
 {
-    const std::lock_guard<std::mutex> lock(entryMutex);
-    nextEntry = jobStates.size();
-    nextProof = jobStates.size();
+    const std::lock_guard<std::mutex> lock(jobMutex);
+    nextToWrite = jobStates.size();
+    nextToProve = jobStates.size();
 }
 
 /// The worker bodies: takes jobs until there is none left, and runs each. `take` returns whether
@@ -194,7 +194,7 @@ void ProofDirector::runWorkers()
             writeAndProveJob();
         } catch (...) {
             abandonJobs();
-            const std::lock_guard<std::mutex> lock(entryMutex);
+            const std::lock_guard<std::mutex> lock(jobMutex);
             failure = failure ? failure : std::current_exception();
         }
     };

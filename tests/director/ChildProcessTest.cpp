@@ -100,6 +100,26 @@ TEST_F(Children, AToolThatKillsItsOwnGroupCrashesAndHarmsNobodyElse)
     other.join();
 }
 
+TEST_F(Children, ATimeLimitEndsTheGroupAndTheNextJobHasAnother)
+{
+    PairRun run = {script("slow", "trap '' TERM; sleep 1000 & echo $! >" + dir.path("pid") +
+                                      "; kill -STOP $$"),
+                   {},
+                   script("slow-r", "cat"),
+                   9};
+    run.timeLimit = std::chrono::milliseconds(100);
+    for (int round = 0; round < 3; ++round) {
+        const PairResult late = runPair(run, groups);
+        EXPECT_EQ(late.end, PairEnd::TimeLimit);
+        EXPECT_EQ(late.prover.signal, SIGKILL);
+        EXPECT_TRUE(test::hasEnded(pidIn("pid"), true));
+        const PairResult next = pair("cat /proc/$(cut -d ' ' -f 5 /proc/self/stat)/cmdline", "cat");
+        EXPECT_TRUE(next.output.contains("mechrun-guard"));
+    }
+    groups.endIdle();
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "somebody is not reaped";
+}
+
 TEST_F(Children, AnEndThatNobodyCanTellIsACrash)
 {
     ::signal(SIGCHLD, SIG_IGN);
@@ -124,7 +144,8 @@ TEST_F(Children, NothingStartsAfterAStop)
     });
     EXPECT_TRUE(test::hasEnded(after.id(), true));
     EXPECT_EQ(pair("touch " + dir.path("late"), ":").end, PairEnd::Stopped);
-    EXPECT_EQ(runWriter({script("w", "touch " + dir.path("late"))}, groups).end, WriterEnd::Stopped);
+    EXPECT_EQ(runWriter({script("w", "touch " + dir.path("late"))}, groups).end,
+              WriterEnd::Stopped);
     EXPECT_FALSE(test::exists(dir.path("late")));
 }
 

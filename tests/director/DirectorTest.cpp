@@ -3,7 +3,9 @@
 #include "director/ChildProcess.h"
 #include "director/ProofDirector.h"
 #include "director/ProofDirector_p.h"
+#include "director/jobs.h"
 #include "director/verdict.h"
+#include "pos/walk.h"
 #include "tests/support/Golden.h"
 #include "tests/support/Support.h"
 
@@ -40,15 +42,17 @@ public:
 
 struct Settings {
     std::string trust = "always";
-    unsigned int concurrency = 1;
+    unsigned int workers = 1;
     std::string goalFilter = {};
     std::string driverFilter = {};
     bool fastOnly = false;
     bool xml = false;
     int trace = 0;
+    std::optional<std::pair<std::size_t, std::size_t>> goalPlace = {};
+    std::ostream* report = &std::cout;
 };
 
-/// A component in a temporary directory and a director over it, with the director's state in reach.
+/// A component in a temporary directory and a director over it.
 class ProofDirectorTest : public testing::Test
 {
 protected:
@@ -61,10 +65,10 @@ protected:
                      QStringLiteral("<Mechanism name='Mech'/><Mechanism name='mech2'/>"
                                     "<Mechanism name='mech'"));
         posPath = dir.write("comp.pos", text.toStdString());
-        made = std::make_unique<ProofDirector>(
+        made = std::make_unique<ProofDirector>(ProofDirectorSettings{
             "comp", dir.write("mech.xml", test::mechanismText(set.trust, drivers)), posPath,
-            dir.path("a.b/:c.d%2.pog"), dir.path(), set.xml, set.concurrency, set.trace,
-            set.driverFilter, set.goalFilter, set.fastOnly);
+            dir.path("a.b/:c.d%2.pog"), dir.path(), set.xml, set.workers, set.trace,
+            set.driverFilter, set.fastOnly, set.goalFilter, set.goalPlace, set.report});
         EXPECT_TRUE(made->isLoaded());
         return *made;
     }
@@ -79,29 +83,23 @@ protected:
         return report.text();
     }
 
-    /// "status{drivers left}" of each goal, and how many goals count as unproved.
-    std::string records() const
+    /// The goals that each of the drivers is to work on: "0.0 0.1 | 1.0" and so on.
+    std::string offers(std::size_t drivers)
     {
-        std::ostringstream text;
-        for (const auto& [name, goals] : made->obligations) {
-            for (const ProofDirector::po_data_t& goal : goals) {
-                text << goal.status << "{" << goal.drivers.join(QLatin1Char(' ')).toStdString()
-                     << "} ";
+        std::string text;
+        for (std::size_t driver = 0; driver < drivers; ++driver) {
+            std::vector<ProofDirector::addresses_t> batches;
+            made->prepareDriver(driver);
+            made->selectForDriver(batches);
+            text += driver == 0 ? "" : "| ";
+            for (const ProofDirector::addresses_t& batch : batches) {
+                for (const auto& [obligation, goal] : batch) {
+                    text += std::to_string(obligation) + "." +
+                            std::to_string(static_cast<std::ptrdiff_t>(goal)) + " ";
+                }
             }
         }
-        text << made->unprovedCount;
-        return text.str();
-    }
-
-    /// The jobs of the driver that was prepared.
-    std::string jobs() const
-    {
-        std::ostringstream text;
-        for (std::size_t i = 0; i < made->proverData.size(); ++i) {
-            text << made->writerData.at(i) << made->proverData[i];
-            EXPECT_EQ(made->proverData[i].argsr, QStringList(made->proverData[i].inpath));
-        }
-        return text.str();
+        return text;
     }
 
     /// How many files of the test's folder have `part` in their name.
@@ -113,42 +111,9 @@ protected:
         });
     }
 
-    /// Stops the director, and sees what has happened before it removes files, and before it saves.
-    void stop(int child, const std::string& file)
-    {
-        std::unique_lock<std::mutex> files(made->fileMutex);
-        std::unique_lock<std::mutex> document(made->domMutex);
-        std::thread stopping([this] {
-            made->stop();
-        });
-        EXPECT_TRUE(test::hasEnded(child, true));
-        EXPECT_TRUE(test::exists(file)) << "removed before the kill";
-        files.unlock();
-        while (test::exists(file)) { // or it waits for the save
-            ::usleep(1000);
-        }
-        document.unlock();
-        stopping.join();
-        made->mergeResults(made->proverData.at(0), "Unknown", made->jobStates.at(0)); // just ended
-    }
-
-    void update(std::size_t driver, const std::string& word)
-    {
-        made->driver = made->mechanism.drivers.at(driver);
-        made->updateStatus({0, 0}, verdictOfLine(QByteArray::fromStdString(word)).value());
-    }
-
     std::string masked(const std::string& text) const
     {
         return test::replaced(text, dir.path(), "DIR");
-    }
-
-    std::string dump() const
-    {
-        std::ostringstream text;
-        text << *made << made->obligations;
-        text << ProofDirector::writer_data_t{{}, {}, {}, {{1, 2}, {3, 4}}};
-        return masked(text.str());
     }
 
     test::TempDir dir;
@@ -172,7 +137,8 @@ TEST_F(ProofDirectorTest, LoadingDecidesWhichDriversRunOnWhichGoals)
         replays ? made->replay() : made->play();
         const std::string saved = test::statusesOf(posPath);
         EXPECT_EQ(test::contentOf(posPath).find("author") == std::string::npos, goals == saved);
-        return records() + "\n" + saved + "\n" + report.text() + masked(logged.text());
+        const std::string text = report.text() + masked(logged.text());
+        return offers(2) + "\n" + saved + "\n" + text;
     });
 }
 
@@ -195,27 +161,100 @@ TEST_F(ProofDirectorTest, AnUnusableDocumentIsNeverSaved)
     EXPECT_NE(logged.text().find("Cannot save"), std::string::npos);
 }
 
-TEST_F(ProofDirectorTest, TheGroupDecidesHowGoalsShareARun)
+TEST_F(ProofDirectorTest, OneGoalIsChosenByItsNameOrItsPlace)
 {
-    // A group, the name of a driver and a goal filter.
-    test::expectCases("director/golden/groups.txt", [this](const std::string& input) {
-        std::istringstream words(input);
-        test::Driver driver = {"", "", {"/bin/cat", "", "<param value='-w'/>"}};
-        driver.prover.parameters = "<param name='-p' value='${file}'/>";
-        driver.reader.parameters = "<param value='${file}'/>";
-        std::string filter;
-        words >> driver.attributes >> driver.name >> filter;
-        driver.attributes = "ext='x' group='" + driver.attributes + "'";
-        make({driver},
-             "Unproved/Unproved/Unproved,Proved Unproved/Unproved/Proved | Proved/Unproved/Proved |"
-             " Unproved/Unproved/Proved Unproved/Unproved/Disproved",
-             {"always", 1, filter});
+    const std::string goals = "Unproved//Unproved | Unproved//Proved | Proved//";
+    const struct {
+        const char* name;
+        std::optional<std::pair<std::size_t, std::size_t>> place;
+        const char* chosen;
+    } rows[] = {{"PO_1.1", {}, "1.0 "},       {"PO_0.2", {}, "0.1 "}, {"PO_1.9", {}, "1.8 "},
+                {"PO_0.x", {}, "0.-1 "},      {"PO.1", {}, ""},       {"po_0.1", {}, ""},
+                {"PO_0.1", {{1, 0}}, "1.0 "}, {"", {{0, 1}}, "0.1 "}, {"PO_0.1", {{3, 0}}, ""}};
+    for (const auto& [name, place, chosen] : rows) {
+        Settings set;
+        set.goalFilter = name;
+        set.goalPlace = place;
+        make({{"D1"}}, goals, set);
+        // Of two obligations of one name, the first.
         dir.write("comp.pos", test::replaced(test::contentOf(posPath), "PO_2", "PO_1"));
         made->reloadPosFile();
-        made->prepareDriver(0);
-        made->prepareDriver(0); // takes the place of the first
-        return masked(jobs());
-    });
+        EXPECT_EQ(offers(1), chosen) << name;
+    }
+}
+
+TEST(Jobs, TheGroupDecidesHowGoalsShareAJob)
+{
+    using mechanism::group_t;
+    const std::vector<ProofDirector::addresses_t> batches = {{{0, 1}}, {}, {{2, 0}, {2, 1}}};
+    const struct {
+        const char* label;
+        group_t group;
+        std::vector<ProofDirector::addresses_t> batches;
+        const char* jobs;
+    } rows[] = {
+        {"a goal a job", group_t::none, batches,
+         "c_0_1:-a 0 1:01 c_2_0:-a 2 0:20 c_2_1:-a 2 1:21 "},
+        {"an obligation a job", group_t::related, batches, "c_0:-a 0 1:01 c_2:-a 2 0 -a 2 1:2021 "},
+        {"all in one", group_t::full, batches, "c:-a 0 1 -a 2 0 -a 2 1:012021 "},
+        {"none", group_t::none, {{}, {}}, ""},
+        {"none for an obligation", group_t::related, {}, ""},
+        {"one job all the same", group_t::full, {}, "c:: "},
+        {"a batch at another place, its goal", group_t::none, {{{1, 3}}}, "c_1_3:-a 1 3:13 "},
+        {"a batch at another place, related", group_t::related, {{{1, 3}}}, "c_0:-a 0 3:13 "},
+    };
+    for (const auto& [label, group, given, expected] : rows) {
+        SCOPED_TRACE(label);
+        std::string text;
+        for (const planned_job_t& job :
+             planJobs(group, given, {QStringLiteral("/d"), QStringLiteral("c.pog"), {}, {}, {}})) {
+            text += job.file.toStdString() + ":" +
+                    job.goalWords.join(QLatin1Char(' ')).toStdString() + ":";
+            for (const auto& [obligation, goal] : job.goals) {
+                text += std::to_string(obligation) + std::to_string(goal);
+            }
+            text += " ";
+        }
+        EXPECT_EQ(test::replaced(test::replaced(text, "/d/c__", "c"), ".:", ":"), expected);
+    }
+}
+
+TEST(Jobs, ASecondaryFileStaysInItsFolderWhateverTheNames)
+{
+    const char* const rows[][6] = {
+        {"d", "a.b/c.pog", "m", "D", "x", "d/c_m_D_7.x"},
+        {"/d", "c.d%2.pog", "m%1", "../D", "e/x", "/d/c.d%2_m%1_.._D_7.e_x"},
+        {"/d", "/a.b/:c.pog", "m", "D", "", "/d/:c_m_D_7."},
+        {"", "c", "m", "D", "x", "./c_m_D_7.x"},
+        {"/d", ":/c.pog", "/m", "D", "x", "/d/c__m_D_7.x"},
+        {"/d", "", "m", "", "x", "/d/_m__7.x"},
+    };
+    for (const auto& row : rows) {
+        QStringList words;
+        for (const char* const word : row) {
+            words.append(QString::fromUtf8(word));
+        }
+        EXPECT_EQ(secondaryFile({words[0], words[1], words[2], words[3], words[4]}, {7}), words[5]);
+    }
+}
+
+TEST(Jobs, WhatIsAheadCountsDriversAndGoals)
+{
+    const auto list = [](const char* words) {
+        return QString::fromUtf8(words).split(QLatin1Char(' '));
+    };
+    const std::vector<QStringList> goals = {list("A B C"), list("B"), list("A"), list("C"), {}};
+    const struct {
+        const char* driver;
+        QStringList later;
+        std::size_t goalsLater;
+        std::size_t goalsOpen;
+    } rows[] = {{"A", list("B C"), 4, 4}, {"B", list("C"), 2, 3}, {"C", {}, 0, 2}, {"X", {}, 0, 0}};
+    for (const auto& [driver, later, goalsLater, goalsOpen] : rows) {
+        const work_ahead_t ahead = workAhead(goals, QString::fromUtf8(driver), later);
+        EXPECT_EQ(ahead.goalsLater, goalsLater) << driver;
+        EXPECT_EQ(ahead.goalsOpen, goalsOpen) << driver;
+    }
 }
 
 TEST(Arguments, AParameterIsReadByAnotherRuleForWriters)
@@ -264,13 +303,27 @@ TEST_F(ProofDirectorTest, AVerdictReachesEveryRecordItConcerns)
         std::string trust;
         std::string goal;
         words >> trust >> goal;
-        make({{"D1"}, {"D2"}, {"D3"}}, goal, {trust}).loadPosFile();
+        const QDomDocument document = test::documentOf(test::posText(goal));
+        const QDomElement element = *pos::goalsOf(*pos::obligationsOf(document).begin()).begin();
+        ProofDirector::po_data_t record;
+        record.element = pos::mechanismOf(element, QStringLiteral("mech"));
+        for (const QDomElement& driver : pos::driversOf(record.element)) {
+            record.drivers.append(pos::nameOf(driver));
+        }
+        int unproved = pos::statusOf(element) == pos::UNPROVED ? 1 : 0;
         std::size_t driver = 0;
         for (std::string word; words >> driver >> word;) {
-            update(driver, word);
+            const bool raised =
+                mergeVerdict(record, QStringLiteral("D%1").arg(driver + 1),
+                             verdictOfLine(QByteArray::fromStdString(word)).value(),
+                             mechanism::trustOfXmlAttr.at(QString::fromStdString(trust)));
+            unproved -= raised ? 1 : 0;
         }
-        EXPECT_TRUE(made->savePosFile());
-        return test::statusesOf(posPath) + "\n" + records() + "\n";
+        std::ostringstream left;
+        left << record.status << "{" << record.drivers.join(QLatin1Char(' ')).toStdString() << "} "
+             << unproved << "\n";
+        return test::statusesOf(dir.write("comp.pos", document.toString().toStdString())) + "\n" +
+               left.str();
     });
 }
 
@@ -467,28 +520,90 @@ TEST_F(ProofDirectorTest, ManyWorkersLoseNoVerdict)
     }
 }
 
+/// A report that nobody reads until it is opened.
+class ShutReport final : public std::stringbuf
+{
+public:
+    ~ShutReport() override = default;
+    void open()
+    {
+        lock.unlock();
+    }
+
+    std::atomic<bool> reached{false};
+
+private:
+    std::streamsize xsputn(const char* text, std::streamsize count) override
+    {
+        reached = true;
+        const std::lock_guard<std::mutex> opened(shut);
+        return std::stringbuf::xsputn(text, count);
+    }
+
+    std::mutex shut;
+    std::unique_lock<std::mutex> lock{shut};
+};
+
 TEST_F(ProofDirectorTest, AStopKillsCleansAndSaves)
 {
-    ASSERT_EQ(::mkfifo(dir.path("up").c_str(), 0600), 0);
-    test::Driver slow = driverSaying(dir, "D1", "");
-    slow.reader.path = dir.script("r", "echo $$ > " + dir.path("up") + "; exec sleep 1000");
-    const Captured logged(std::clog);
-    const Captured report(std::cout);
-    make({slow}, "Unproved/Unproved/Proved").reloadPosFile();
+    // One of two jobs has its verdict merged and waits for the report, the other waits to merge its
+    // own. The third runs, and writes its secondary file again and again.
+    test::Driver driver = driverSaying(dir, "D1", "");
+    driver.writer.path = dir.script("w", "while [ \"$1\" != -o ]; do shift; done; echo $2 > $2");
+    driver.reader.path = dir.script("r", "read job; echo $$ > $job.pid; case $job in *_2_0.*) "
+                                         "while :; do echo > $job; done;; esac; echo Proved");
+    const std::string open = "Unproved/Unproved/Proved";
+    ShutReport buffer;
+    std::ostream report(&buffer);
+    Settings set;
+    set.report = &report;
+    make({driver}, open + " | " + open + " | " + open, set).reloadPosFile();
     made->prepareDriver(0);
-    std::thread worker([this] {
-        made->writeAndProveJob();
-    });
-    stop(std::stoi(test::contentOf(dir.path("up"))), dir.path(":c.d%2_mech_D1_0_0.po2"));
-    worker.join();
-    made->replay();
-    EXPECT_EQ(report.text(), "");
-    EXPECT_EQ(test::statusesOf(posPath), "Unproved/Unproved/Proved");
+    std::vector<std::thread> workers;
+    for (int worker = 0; worker < 3; ++worker) {
+        workers.emplace_back([this] {
+            made->writeAndProveJob();
+        });
+    }
+    const std::string file = dir.path(":c.d%2_mech_D1_");
+    const auto reader = [&](const std::string& job) {
+        while (test::contentOf(file + job + "_0.po2.pid").empty()) {
+            ::usleep(1000);
+        }
+        return std::stoi(test::contentOf(file + job + "_0.po2.pid"));
+    };
+    EXPECT_TRUE(test::hasEnded(reader("0"), true) && test::hasEnded(reader("1"), true));
+    const int running = reader("2");
+    while (!buffer.reached) {
+        ::usleep(1000);
+    }
+    made->stop();
+    EXPECT_TRUE(test::hasEnded(running, true));
+    EXPECT_FALSE(test::exists(file + "2_0.po2"));
     EXPECT_NE(test::contentOf(posPath).find("author"), std::string::npos) << "saved";
+    buffer.open();
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+    made->savePosFile();
+    const std::string goals = test::statusesOf(posPath);
+    EXPECT_EQ(goals.find("Proved/Proved/Proved"), goals.rfind("Proved/Proved/Proved")) << goals;
+    EXPECT_NE(goals.find("Proved/Proved/Proved"), std::string::npos) << goals;
+    made->replay();
+    EXPECT_EQ(buffer.str().find("Proof driver"), std::string::npos);
 }
 
 TEST_F(ProofDirectorTest, DumpsKeepTheirLayout)
 {
-    make({}, "Unproved/Unproved/Proved", {"always", 7}).reloadPosFile();
-    test::expectGolden("director/golden/dump.txt", dump());
+    std::ostringstream text;
+    text << make({}, "Unproved", {"always", 7});
+    const QDomDocument document = test::documentOf("<m a='1'/>");
+    text << ProofDirector::obligations_t{
+        {"PO_0", {{pos::UNPROVED, {QStringLiteral("D1")}, document.documentElement()}}}};
+    text << ProofDirector::writer_data_t{{}, {}, {}, {{1, 2}, {3, 4}}};
+    text << ProofDirector::prover_data_t{
+        QStringLiteral("p"), {QStringLiteral("-p"), QStringLiteral("f")},
+        QStringLiteral("r"), {QStringLiteral("-r")},
+        QStringLiteral("f"), {{1, 2}}};
+    test::expectGolden("director/golden/dump.txt", masked(text.str()));
 }

@@ -2,13 +2,14 @@
 
 #include "director/ProofDirector.h"
 #include "director/ProofDirectorObserver.h"
+#include "director/job_end.h"
 #include "tests/support/Golden.h"
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <iostream>
-#include <map>
 #include <mutex>
 
 namespace
@@ -25,9 +26,9 @@ std::string textOf(const tool_run_t& run)
 
 std::string textOf(const job_ended_t& job)
 {
-    static const char* const ends[] = {"read",     "leftFile",  "proverCrashed", "readerCrashed",
-                                       "wrongCount", "tooMuch", "refused", "timeLimit",
-                                       "memoryLimit", "outOfMemory", "stopped"};
+    static const char* const ends[] = {
+        "read",    "leftFile",  "proverCrashed", "readerCrashed", "wrongCount", "tooMuch",
+        "refused", "timeLimit", "memoryLimit",   "outOfMemory",   "stopped"};
     std::ostringstream text;
     text << ends[static_cast<int>(job.end)] << ", " << job.found << " of " << job.wanted << ":";
     for (const QString& verdict : job.verdicts) {
@@ -35,16 +36,20 @@ std::string textOf(const job_ended_t& job)
     }
     text << "\nwriter: " << textOf(job.writer) << (job.hasSecondaryFile ? ", file" : ", no file")
          << "\nprover: " << textOf(job.prover) << "\nreader: " << textOf(job.reader) << "\n"
-         << job.reason.toStdString() << job.model.toStdString() << job.errorOutput.toStdString();
+         << job.reason.toStdString() << job.model.toStdString();
+    const QByteArray& errors = job.errorOutput;
+    text << (errors.size() < 100 ? errors.toStdString() : std::to_string(errors.size()) + " bytes")
+         << "\n";
     return text.str();
 }
 
-/// Keeps what it is told.
-class Watcher final : public ProofDirectorObserver
+/// Writes down what it is told.
+class Watcher : public ProofDirectorObserver
 {
 public:
     void driverBegins(const driver_begins_t& driver) override
     {
+        EXPECT_TRUE(running.empty());
         text << driver.mechanism.toStdString() << "/" << driver.driver.toStdString() << ": "
              << driver.jobs << " jobs, " << driver.goals << " goals, " << driver.goalsLater
              << " later, " << driver.goalsOpen << " open, timeout " << driver.timeout
@@ -53,34 +58,25 @@ public:
     void jobBegins(const job_begins_t& job) override
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        EXPECT_EQ(++begun[job.index], 1);
-        goals += job.goals.size();
+        EXPECT_TRUE(running.insert({job.index, job.goals}).second);
+        ++begun;
     }
     void jobEnded(const job_ended_t& job) override
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        EXPECT_EQ(--begun[job.index], 0);
-        saved = savedFile.empty() || test::contentOf(savedFile).find("Proved") != std::string::npos;
+        EXPECT_EQ(running[job.index], job.goals);
+        running.erase(job.index);
+        ++ends[job.end];
         text << textOf(job);
-        seconds = job.wallSeconds;
-        prover = job.prover;
-        commands = job.writerCommand.program + QStringLiteral(" ") +
-                   job.writerCommand.arguments.join(QLatin1Char(' ')) + QStringLiteral("\n") +
-                   job.proverCommand.program + QStringLiteral(" ") +
-                   job.proverCommand.arguments.join(QLatin1Char(' ')) + QStringLiteral("\n") +
-                   job.readerCommand.program + QStringLiteral(" ") +
-                   job.readerCommand.arguments.join(QLatin1Char(' ')) + QStringLiteral("\n");
+        last.reset(new job_ended_t(job));
     }
 
     std::mutex mutex;
-    std::map<std::size_t, int> begun;
-    std::size_t goals = 0;
+    std::map<std::size_t, ProofDirector::addresses_t> running;
+    std::size_t begun = 0;
+    std::map<job_end_t, int> ends;
     std::ostringstream text;
-    double seconds = 0;
-    tool_run_t prover;
-    QString commands;
-    std::string savedFile;
-    bool saved = false;
+    std::unique_ptr<job_ended_t> last; ///< its goals are gone
 };
 
 class Observed : public testing::Test
@@ -107,6 +103,7 @@ protected:
         EXPECT_TRUE(director.isLoaded());
         director.replay();
         EXPECT_EQ(logged.text(), "");
+        EXPECT_TRUE(watcher.running.empty());
         errors = director.getErrors().join(QLatin1Char('\n')).toStdString();
         return report.text();
     }
@@ -121,27 +118,179 @@ const std::string OPEN = "Unproved/Unproved/Proved";
 
 TEST_F(Observed, EachEndOfAJobHasItsRecord)
 {
-    // The bodies of writer, prover and reader; an empty one cannot be executed.
+    // The bodies of writer, prover and reader ("#" cannot be executed), and a setting.
     test::expectCases("director/golden/job-ends.txt", [this](const std::string& input) {
         std::istringstream lines(input);
         test::Driver driver = {"D1", "group='full'"};
-        for (auto& [name, tool] : {std::pair<std::string, test::Tool*>("w", &driver.writer),
-                                   {"p", &driver.prover},
-                                   {"r", &driver.reader}}) {
-            std::string body;
+        const std::pair<std::string, test::Tool*> tools[] = {
+            {"w", &driver.writer}, {"p", &driver.prover}, {"r", &driver.reader}};
+        std::string body;
+        for (const auto& [name, tool] : tools) {
             std::getline(lines, body);
-            tool->path = dir.script(name, body);
-            if (body.empty()) {
-                dir.write(name, "#!/nonexistent/shell");
-            }
+            tool->path = dir.script(name, "cd " + dir.path() + "; " + body);
+            body == "#" ? dir.write(name, "#!/nonexistent/shell") : "";
         }
-        if (driver.writer.path.empty()) {
+        std::getline(lines, body);
+        settings.keepErrorOutput = body == "keep";
+        settings.timeLimit = std::chrono::milliseconds(body == "time" ? 200 : 0);
+        settings.memoryLimit = body == "memory" ? 256 << 20 : 0;
+        const std::string file = dir.path("comp_mech_D1.po2");
+        if (input.find("in the way") == 0) {
+            std::filesystem::create_directory(file);
         }
         watcher.text.str("");
         replay({driver}, OPEN + " " + OPEN);
-        return watcher.text.str() + "\n" + test::replaced(errors, dir.path(), "DIR") + "\n" +
+        std::filesystem::remove(file);
+        const std::string left = test::contentOf(dir.path("left"));
+        EXPECT_TRUE(left.empty() || test::hasEnded(std::stoi(left), true));
+        return watcher.text.str() + test::replaced(errors, dir.path(), "DIR") + "\n" +
                test::statusesOf(settings.posPath) + "\n";
     });
+}
+
+TEST_F(Observed, DriversAreToldWithWhatIsLeftToDo)
+{
+    const test::Driver proves = driverSaying(dir, "D1", "Proved", "fast='true'");
+    test::Driver tries = driverSaying(dir, "D2", "Unknown", "group='related'");
+    tries.prover = {"/bin/cat", "timeout='7' input='file'", "<param value='${file}'/>"};
+    const test::Driver last = driverSaying(dir, "D3", "Unknown", "fast='true'");
+    const std::string goals = "Unproved/Unproved/Proved,Proved,Proved | "
+                              "Unproved/Unproved/Unknown,Proved,Unknown";
+    for (const bool fast : {false, true}) {
+        settings.onlyFast = fast;
+        replay({proves, tries, last}, goals);
+        watcher.text << "--\n";
+    }
+    settings.onlyFast = false;
+    settings.onlyGoalAt = {1, 0}; // which none of them would play otherwise but D2
+    replay({proves, tries, last}, goals);
+    test::expectGolden("director/golden/drivers.txt", watcher.text.str());
+}
+
+TEST_F(Observed, AJobTellsItsCommandsItsCostAndItsModel)
+{
+    test::Driver driver = {"D1", "group='full'"};
+    driver.writer.path = dir.script("w w", "touch $7");
+    driver.prover = {dir.script("p", "dd if=/dev/zero of=/dev/null bs=300M count=1 status=none; "
+                                     "i=0; while [ $i -lt 99999 ]; do i=$((i + 1)); done"),
+                     "", "<param name='-p' value='${file}'/>"};
+    driver.reader.path = dir.script("r", "printf 'Disproved\\nx = 1\\n\\ny = 2\\n'");
+    settings.onlyGoal = "PO_0.2";
+    settings.report = nullptr;
+    EXPECT_EQ(replay({driver}, OPEN + " " + OPEN), "");
+    EXPECT_EQ(test::statusesOf(settings.posPath), OPEN + " " + OPEN);
+    ASSERT_TRUE(watcher.last);
+    const job_ended_t& job = *watcher.last;
+    EXPECT_EQ(job.verdicts, QStringList(QStringLiteral("Disproved")));
+    EXPECT_EQ(job.model, "x = 1\n\ny = 2\n");
+    EXPECT_EQ(job.writerCommand.program.toStdString(), dir.path("w w"));
+    EXPECT_EQ(job.writerCommand.arguments.join(QLatin1Char(' ')).toStdString(),
+              "-a 0 1 -i " + settings.pogPath + " -o " + job.secondaryFile.toStdString() + " -m");
+    EXPECT_EQ(job.proverCommand.program.toStdString(), dir.path("p"));
+    EXPECT_EQ(job.proverCommand.arguments, QStringList({QStringLiteral("-p"), job.secondaryFile}));
+    EXPECT_EQ(job.readerCommand.program.toStdString(), dir.path("r"));
+    EXPECT_GT(job.prover.processorSeconds, 0.005);
+    EXPECT_GT(job.wallSeconds, job.prover.processorSeconds / 2);
+    EXPECT_GT(job.prover.peakKiB, 300 << 10);
+    EXPECT_EQ(job.reader.peakKiB, 0) << "less than this process has";
+}
+
+/// Looks into the status file when a job ends, and may stop the play when one begins.
+class Stopper final : public Watcher
+{
+public:
+    void jobBegins(const job_begins_t& job) override
+    {
+        Watcher::jobBegins(job);
+        if (director != nullptr && job.index == 20) {
+            director->stop();
+        }
+    }
+    void jobEnded(const job_ended_t& job) override
+    {
+        if (job.end == job_end_t::read) {
+            EXPECT_NE(test::contentOf(posPath).find("author"), std::string::npos) << "not saved";
+            EXPECT_FALSE(job.verdicts.isEmpty());
+        }
+        Watcher::jobEnded(job);
+    }
+
+    ProofDirector* director = nullptr;
+    std::string posPath;
+};
+
+TEST_F(Observed, EachJobOfManyWorkersEndsOnceAlsoWhenItIsStopped)
+{
+    std::string goals;
+    for (int obligation = 0; obligation < 40; ++obligation) {
+        goals += OPEN + " | ";
+    }
+    test::Driver driver = driverSaying(dir, "D1", "Proved");
+    driver.prover = {dir.script("p", "case $1 in *7_0*) kill -9 $$;; *3_0*) exit;; esac; echo x"),
+                     "", "<param value='${file}'/>"};
+    driver.reader.path = dir.script("r", "read x && echo Proved || printf '\\nx\\ny\\n'");
+    dir.write("mech.xml", test::mechanismText("always", {driver}));
+    for (const bool stops : {false, true}) {
+        dir.write("comp.pos", test::posText(goals));
+        Stopper stopper;
+        stopper.posPath = settings.posPath;
+        settings.observer = &stopper;
+        settings.workers = 4;
+        settings.report = nullptr;
+        ProofDirector director(settings);
+        stopper.director = stops ? &director : nullptr;
+        director.replay();
+        EXPECT_TRUE(stopper.running.empty());
+        EXPECT_EQ(stopper.begun == 40, !stops);
+        EXPECT_EQ(stopper.ends[job_end_t::stopped] == 0, !stops);
+        EXPECT_LE(stopper.ends[job_end_t::proverCrashed], 4);
+    }
+}
+
+TEST_F(Observed, AJobThatAnExceptionEndsHasStopped)
+{
+    settings.onlyGoal = "PO_0.9";
+    EXPECT_THROW(replay({driverSaying(dir, "D1", "Proved")}, OPEN), std::out_of_range);
+    EXPECT_EQ(watcher.ends[job_end_t::stopped], 1);
+}
+
+TEST(JobEnd, WhoFailsUnderAMemoryLimitHasNotTried)
+{
+    const struct {
+        const char* label;
+        PairEnd end;
+        int status;
+        std::int64_t peakKiB;
+        std::uint64_t limit;
+        bool complete;
+        bool decisive;
+        job_end_t expected;
+    } rows[] = {
+        {"no limit, any status", PairEnd::Read, 1, 0, 0, true, false, job_end_t::read},
+        {"an ordinary end", PairEnd::Read, 0, 999, 1 << 20, true, false, job_end_t::read},
+        {"a failure", PairEnd::Read, 1, 1, 1 << 20, true, false, job_end_t::memoryLimit},
+        {"a failure with all verdicts", PairEnd::Read, 1, 1, 1 << 20, true, true, job_end_t::read},
+        {"one too many", PairEnd::Read, 1, 1, 1 << 20, false, true, job_end_t::memoryLimit},
+        {"wrong count", PairEnd::Read, 0, 1, 1 << 20, false, true, job_end_t::wrongCount},
+        {"a crash near it", PairEnd::ProverCrashed, 0, 512, 1 << 20, true, false,
+         job_end_t::memoryLimit},
+        {"a crash far from it", PairEnd::ProverCrashed, 0, 511, 1 << 20, true, false,
+         job_end_t::proverCrashed},
+        {"a crash without one", PairEnd::ProverCrashed, 0, 512, 0, true, false,
+         job_end_t::proverCrashed},
+        {"the reader's own fault", PairEnd::ReaderCrashed, 1, 512, 1 << 20, false, false,
+         job_end_t::readerCrashed},
+    };
+    for (const auto& row : rows) {
+        pair_facts_t facts;
+        facts.end = row.end;
+        facts.prover.status = row.status;
+        facts.prover.peakKiB = row.peakKiB;
+        facts.memoryLimit = row.limit;
+        facts.complete = row.complete;
+        facts.decisive = row.decisive;
+        EXPECT_EQ(endOfJob(facts), row.expected) << row.label;
+    }
 }
 
 } // namespace
