@@ -92,8 +92,9 @@ struct frame_t {
     QTextCodec* codec = nullptr; ///< the one that the document's declaration asks for
 };
 
-/// The frame of a document whose document element is empty, as it is around text or around other
-/// nodes: line ends and indentation differ.
+/// The frame of a document whose document element is empty, as it is around children that begin
+/// with text, or with another node: only then does a line end behind the opening tag. What the
+/// children end with changes nothing, for the closing tag is not indented.
 frame_t frameAround(QDomDocument& document, bool text)
 {
     QDomElement root = document.documentElement();
@@ -128,7 +129,6 @@ frame_t frameOf(QDomDocument& document)
 {
     QDomElement root = document.documentElement();
     const bool textFirst = root.firstChild().isText();
-    const bool textLast = root.lastChild().isText();
     QDomDocumentFragment children = document.createDocumentFragment();
     const finally_t restored([&] {
         root.appendChild(children);
@@ -136,11 +136,7 @@ frame_t frameOf(QDomDocument& document)
     while (root.hasChildNodes()) {
         children.appendChild(root.firstChild());
     }
-    frame_t frame = frameAround(document, textFirst);
-    if (textLast != textFirst) {
-        frame.tail = frameAround(document, textLast).tail;
-    }
-    return frame;
+    return frameAround(document, textFirst);
 }
 
 } // namespace
@@ -153,14 +149,11 @@ void DocumentText::setDocument(const QDomDocument& newDocument)
 
 void DocumentText::changed(std::size_t obligation)
 {
-    if (allOutdated) {
-        return;
-    }
-    if (obligation >= obligations.size()) {
+    if (obligation < obligations.size()) {
+        outdated.insert(obligation);
+    } else {
         allChanged(); // it came after the text was made
-        return;
     }
-    outdated.insert(obligation);
 }
 
 void DocumentText::allChanged()
@@ -185,6 +178,7 @@ void DocumentText::renew()
 {
     texts.clear();
     obligations.clear();
+    outdated.clear();
     const QDomElement root = document.documentElement();
     if (!root.hasChildNodes()) {
         texts.push_back(document.toByteArray(XML_INDENT));
@@ -201,7 +195,6 @@ void DocumentText::renew()
         texts.push_back(textOf(child));
     }
     texts.push_back(frame.tail.toUtf8());
-    outdated.clear();
     allOutdated = false; // only now: a text cut short for want of memory is no text
 }
 

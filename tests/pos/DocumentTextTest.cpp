@@ -75,6 +75,9 @@ TEST(DocumentText, AChangeCostsOnlyTheObligationThatIsNamed)
     document.documentElement().appendChild(document.createElement(TAG_PROOF_OBLIGATION));
     text.changed(3); // one that came later renews everything
     EXPECT_EQ(joined(text.pieces()), document.toByteArray(XML_INDENT));
+    text.changed(0); // which is no more by then
+    text.setDocument(test::documentOf("<r/>"));
+    EXPECT_EQ(joined(text.pieces()), "<r/>\n");
 }
 
 TEST(DocumentText, TheDeclarationNamesTheEncodingThatIsWritten)
