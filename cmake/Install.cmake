@@ -1,5 +1,5 @@
 # The programs, the libraries with their package files, the man pages, the bash completion, the
-# documents and the example.
+# documents and the examples.
 include(CMakePackageConfigHelpers)
 
 get_property(libraries GLOBAL PROPERTY MECHRUN_LIBRARIES)
@@ -38,6 +38,9 @@ install(FILES README.md CONTRIBUTING.md CHANGELOG.md LICENSE
 install(FILES docs/formats.md docs/manual.md docs/performance.md docs/reliability.md docs/run.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
-  PATTERN tools EXCLUDE)
-install(PROGRAMS examples/tools/pos-changes examples/tools/smt-reader examples/tools/smt-writer
+  PATTERN tools EXCLUDE PATTERN component-of EXCLUDE)
+install(PROGRAMS examples/tools/pos-changes examples/tools/smt-copy examples/tools/smt-reader
+  examples/tools/smt-writer
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/tools COMPONENT documentation)
+install(PROGRAMS examples/smtlib/component-of
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/smtlib COMPONENT documentation)
