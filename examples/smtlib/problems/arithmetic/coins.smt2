@@ -1,4 +1,4 @@
-; Is 43 the amount that cannot be paid with coins of 6, 9 and 20? Proved when no way to pay it exists.
+; Can 43 not be paid with coins of 6, 9 and 20? Proved when there is no way to pay it.
 (set-logic QF_LIA)
 (declare-const six Int)
 (declare-const nine Int)
