@@ -167,10 +167,9 @@ TEST_F(Examples, EveryQueryHasTheVerdictsOfItsSolvers)
     std::string text;
     for (const auto& [mechanism, drivers] :
          std::map<std::string, std::string>{{"z3", z3}, {"cvc5", cvc5}, {"both", z3 + cvc5}}) {
-        std::string goal =
-            R"("Unproved"><Mechanism name="M" status="Unproved">D</Mechanism></Simple_Goal>)";
-        goal = test::replaced(test::replaced(goal, ">D<", ">" + drivers + "<"), "\"M\"",
-                              "\"" + mechanism + "\"");
+        std::string goal = R"("Unproved"><Mechanism name="NAME" status="Unproved">)"
+                           "DRIVERS</Mechanism></Simple_Goal>";
+        goal = test::replaced(test::replaced(goal, "DRIVERS", drivers), "NAME", mechanism);
         dir.write("before", test::replaced(test::contentOf(dir.path("problems.pos")),
                                            R"("Unproved"/>)", goal));
         text += outcome(
