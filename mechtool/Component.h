@@ -18,6 +18,10 @@
 #include <utility>
 #include <vector>
 
+/// The statuses in the order in which tables have them: from proved to unproved.
+constexpr pos::status_t STATUSES[] = {pos::PROVED, pos::UNRELIABLY_PROVED, pos::DISPROVED,
+                                      pos::UNKNOWN, pos::UNPROVED};
+
 struct driver_record_t {
     QString name;
     pos::status_t status = pos::UNPROVED;

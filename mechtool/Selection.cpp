@@ -1,5 +1,6 @@
 #include "mechtool/Selection.h"
 
+#include "mechtool/Component.h"
 #include "mechtool/Text.h"
 
 #include <algorithm>
@@ -61,8 +62,11 @@ bool selection_t::takesEverything() const
 
 QStringList statusWords()
 {
-    return {pos::ATTR_VALUE_PROVED, pos::ATTR_VALUE_UNRELIABLY_PROVED, pos::ATTR_VALUE_DISPROVED,
-            pos::ATTR_VALUE_UNKNOWN, pos::ATTR_VALUE_UNPROVED};
+    QStringList words;
+    for (const pos::status_t status : STATUSES) {
+        words << pos::strOfProofStatus(status);
+    }
+    return words;
 }
 
 void addSelection(Options& options, const QString& bearers)

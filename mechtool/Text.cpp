@@ -46,9 +46,20 @@ QString escaped(uint point)
     }
 }
 
+/// Whether every character is one of ASCII that needs no escape, as nearly all names are made.
+bool isOrdinary(const QString& text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) {
+        return c.unicode() >= ' ' && c.unicode() < 0x7f && c.unicode() != '\\';
+    });
+}
+
 /// The columns that a text takes: combining marks take none.
 int widthOf(const QString& text)
 {
+    if (isOrdinary(text)) {
+        return text.size();
+    }
     int width = 0;
     for (const uint point : text.toUcs4()) {
         const QChar::Category category = QChar::category(point);
@@ -61,11 +72,8 @@ int widthOf(const QString& text)
 
 QString shown(const QString& name)
 {
-    const auto isPlain = [](QChar c) {
-        return c.unicode() >= ' ' && c.unicode() < 0x7f && c.unicode() != '\\';
-    };
-    if (std::all_of(name.begin(), name.end(), isPlain)) {
-        return name; // as nearly all are
+    if (isOrdinary(name)) {
+        return name;
     }
     QString text;
     for (int i = 0; i < name.size(); ++i) {

@@ -9,3 +9,4 @@ answer_t runCheck(const QStringList& words);
 answer_t runForget(const QStringList& words);
 answer_t runNew(const QStringList& words);
 answer_t runReset(const QStringList& words);
+answer_t runShow(const QStringList& words);

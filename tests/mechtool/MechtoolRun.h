@@ -4,6 +4,10 @@
 
 #include "tests/support/Support.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -51,3 +55,27 @@ protected:
 
     test::TempDir dir;
 };
+
+/// The value at a path of keys and indices, "components/0/file"; undefined where there is none.
+inline QJsonValue at(QJsonValue value, const std::string& path)
+{
+    for (const QString& step : QString::fromStdString(path).split(QLatin1Char('/'))) {
+        value = value.isArray() ? value[step.toInt()] : value[step];
+    }
+    return value;
+}
+
+/// The object that a command printed.
+inline QJsonValue jsonOf(const std::string& text)
+{
+    return QJsonDocument::fromJson(QByteArray::fromStdString(text)).object();
+}
+
+/// A text, or an object in one line.
+inline std::string textAt(const QJsonValue& value, const std::string& path)
+{
+    const QJsonValue found = at(value, path);
+    return found.isObject()
+               ? QJsonDocument(found.toObject()).toJson(QJsonDocument::Compact).toStdString()
+               : found.toString().toStdString();
+}

@@ -1,0 +1,216 @@
+// What POS files record, as tables, as CSV and as JSON.
+
+#include "pos/pos.h"
+#include "tests/mechtool/MechtoolRun.h"
+
+#include <algorithm>
+
+namespace
+{
+
+using Show = MechtoolRun;
+
+const char* const RING = R"(<Proof_Obligations>
+<Proof_Obligation><Tag>put</Tag>
+ <Simple_Goal status='Proved'><Proof_State proofState='Unproved'/><iapa><status value='Valid'/></iapa>
+  <Mechanism name='smt' status='Proved'><Driver name='Z3' status='Proved'/><Driver name='E'/>
+  </Mechanism></Simple_Goal>
+ <Simple_Goal status='Proved'><Proof_State proofState='Proved(1)'/>
+  <Mechanism name='smt' status='Proved'><Driver name='Z3' status='Proved'/></Mechanism></Simple_Goal>
+</Proof_Obligation>
+<Proof_Obligation><Tag>get</Tag></Proof_Obligation>
+<Proof_Obligation><Tag>put</Tag>
+ <Simple_Goal status='Proved'><Mechanism name='smt' status='Proved'/>
+  <Mechanism name='atp' status='Proved'><Driver name='E' status='Proved'/></Mechanism></Simple_Goal>
+ <Simple_Goal status='Unknown'/>
+</Proof_Obligation>
+</Proof_Obligations>)";
+
+TEST_F(Show, TheTablesCountGoalsAndRecords)
+{
+    dir.write("ring.pos", RING);
+    const outcome_t all = run("show ring.pos --goals");
+    EXPECT_EQ(all.status, 0) << all.err;
+    EXPECT_EQ(all.out, 1 + R"(
+component  goals  Proved  UnreliablyProved  Disproved  Unknown  Unproved  by mechanisms  by prover
+ring.pos       4       3                 .          .        1         .              3          1
+
+Obligations
+  obligation  goals  Proved  UnreliablyProved  Disproved  Unknown  Unproved
+  put             2       2                 .          .        .         .
+  get             .       .                 .          .        .         .
+  put#2           2       1                 .          .        1         .
+
+Mechanisms and drivers
+  mechanism, driver  records  Proved  UnreliablyProved  Disproved  Unknown  Unproved  only
+  smt                      3       3                 .          .        .         .     1
+    Z3                     2       2                 .          .        .         .     1
+    E                      1       .                 .          .        .         1     .
+  atp                      1       1                 .          .        .         .     .
+    E                      1       1                 .          .        .         .     1
+
+Goals
+  goal     status   records
+  put.1    Proved   prover Unproved; analyser Valid; smt Proved (Z3 Proved, E Unproved)
+  put.2    Proved   prover Proved(1); smt Proved (Z3 Proved)
+  put#2.1  Proved   smt Proved; atp Proved (E Proved)
+  put#2.2  Unknown
+)");
+    const outcome_t selected = run("show ring.pos --obligation 'put#*' --status Unknown");
+    EXPECT_EQ(selected.out, 1 + R"(
+Only the 1 goal selected, of 4.
+
+component  goals  Proved  UnreliablyProved  Disproved  Unknown  Unproved  by mechanisms  by prover
+ring.pos       1       .                 .          .        1         .              .          .
+
+Obligations
+  obligation  goals  Proved  UnreliablyProved  Disproved  Unknown  Unproved
+  put#2           1       .                 .          .        1         .
+
+No mechanism is recorded.
+)");
+}
+
+TEST_F(Show, FilesOfOneNameAreToldApartByTheirPath)
+{
+    dir.write("ring.pos", RING);
+    const outcome_t both = run("show ring.pos ./ring.pos --status Unknown --goals");
+    EXPECT_EQ(both.status, 0);
+    for (const char* line : {"of 8.\n", "\nring.pos  ", "\n./ring.pos  ", "\nall         ",
+                             "\nObligations of ./ring.pos\n", "\nGoals of ring.pos\n"}) {
+        EXPECT_NE(both.out.find(line), std::string::npos) << line << both.out;
+    }
+}
+
+TEST_F(Show, JsonHasTheTotalsThatAReplayReports)
+{
+    const std::string file = MECHRUN_EXAMPLES "/buffer.pos";
+    pos::metrics_t metrics;
+    ASSERT_TRUE(pos::getMetrics(file, metrics));
+    const QJsonValue answer = jsonOf(run("show --json " + file + " " + file).out);
+    EXPECT_EQ(textAt(answer, "format"), "mechtool-show");
+    EXPECT_EQ(at(answer, "version").toInt(), 1);
+    EXPECT_EQ(at(answer, "components").toArray().size(), 2);
+    const std::pair<const char*, std::uint32_t> rows[] = {
+        {"goals", metrics.total},
+        {"proved", metrics.proved},
+        {"unreliablyProved", metrics.unreliablyProved},
+        {"disproved", metrics.disproved},
+        {"unproved", metrics.unproved},
+        {"provedByMechanisms", metrics.provedExternally},
+        {"provedByProver", metrics.provedByProver},
+    };
+    for (const auto& [key, expected] : rows) {
+        EXPECT_EQ(at(answer, std::string("totals/") + key).toInt(-1), 2 * int(expected)) << key;
+        EXPECT_EQ(at(answer, std::string("components/1/totals/") + key).toInt(-1), int(expected));
+    }
+    EXPECT_EQ(at(answer, "mechanisms").toArray().size(), int(metrics.mechanisms.size()));
+    for (const QJsonValue mechanism : at(answer, "mechanisms").toArray()) {
+        const auto& record = metrics.mechanisms.at(textAt(mechanism, "name"));
+        EXPECT_EQ(at(mechanism, "unproved").toInt(), 2 * int(record->unproved));
+        for (const QJsonValue driver : at(mechanism, "drivers").toArray()) {
+            EXPECT_EQ(at(driver, "proved").toInt(),
+                      2 * int(record->drivers.at(textAt(driver, "name"))->proved));
+        }
+    }
+}
+
+/// Names that would harm a terminal or a line of values, in every place that has one.
+const char* const HOSTILE = "<Proof_Obligations><Proof_Obligation><Tag>=a,\"\xc2\x9b" // CSI
+                            "2J\xe2\x80\xae&#10;\\</Tag>"
+                            "<Simple_Goal status='Proved'><Proof_State proofState='&#9;'/>"
+                            "<iapa><status value='&#13;'/></iapa>"
+                            "<Mechanism name='\xc2\x9b&#10;' status='Proved'>"
+                            "<Driver name='\xf3\xa0\x80\x81' status='Proved'/></Mechanism>"
+                            "</Simple_Goal></Proof_Obligation></Proof_Obligations>";
+
+TEST_F(Show, NoNameReachesTheTerminalUnescaped)
+{
+    dir.write("h.pos", HOSTILE);
+    for (const std::string options : {"--goals", "--goals --json", "--obligation='=*'"}) {
+        const outcome_t shown = run("show h.pos " + options);
+        EXPECT_EQ(shown.status, 0) << shown.err;
+        EXPECT_TRUE(std::all_of(shown.out.begin(), shown.out.end(), [](char c) {
+            return c == '\n' || (c >= ' ' && c < 0x7f);
+        })) << shown.out;
+    }
+    const QJsonValue goal =
+        at(jsonOf(run("show h.pos --goals --json").out), "components/0/goals/0");
+    EXPECT_EQ(textAt(goal, "obligation"), "=a,\"\xc2\x9b"
+                                          "2J\xe2\x80\xae\n\\");
+    EXPECT_EQ(at(goal, "number").toInt(), 1);
+    EXPECT_EQ(textAt(goal, "goal"), "=a,\"\\x9b2J\\u202e\\n\\\\.1");
+    EXPECT_EQ(textAt(goal, "mechanisms/0/drivers/0/name"), "\xf3\xa0\x80\x81");
+}
+
+TEST_F(Show, CsvHasALineForEachGoalAndQuotesWhatNeedsIt)
+{
+    dir.write("h.pos", HOSTILE);
+    EXPECT_EQ(run("show h.pos --csv").out,
+              "file,obligation,number,goal,status,prover,analyser,\"\xc2\x9b\n\",\"\xc2\x9b\n/"
+              "\xf3\xa0\x80\x81\"\n"
+              "h.pos,\"=a,\"\"\xc2\x9b"
+              "2J\xe2\x80\xae\n\\\",1,\"=a,\"\"\\x9b2J\\u202e\\n\\\\.1\",Proved,\t,\"\r\",Proved,"
+              "Proved\n");
+    dir.write("ring.pos", RING);
+    EXPECT_EQ(run("show ring.pos --csv --goals --obligation put#2").out,
+              "file,obligation,number,goal,status,prover,analyser,smt,atp,atp/E\n"
+              "ring.pos,put#2,1,put#2.1,Proved,,,Proved,Proved,Proved\n"
+              "ring.pos,put#2,2,put#2.2,Unknown,,,,,\n");
+}
+
+TEST_F(Show, WhatCannotBeAnsweredIsSaidInOneLine)
+{
+    dir.write("ring.pos", RING);
+    dir.write("empty.pos", "");
+    dir.write("cut.pos", "<Proof_Obligations>\n<Proof_Obligation>");
+    dir.write("other.pos", "<html/>");
+    dir.write("word.pos", "<Proof_Obligations><Proof_Obligation><Tag>put</Tag><Simple_Goal/>"
+                          "<Simple_Goal><Mechanism name='smt' status='Fine\x7f'/></Simple_Goal>"
+                          "</Proof_Obligation></Proof_Obligations>");
+    const struct {
+        const char* words;
+        const char* line; ///< what it holds
+    } rows[] = {
+        {"show", "an argument is missing"},
+        {"diff ring.pos", "an argument is missing"},
+        {"diff ring.pos ring.pos ring.pos", "unexpected argument ring.pos"},
+        {"show ring.pos none.pos", "none.pos: there is no such file"},
+        {"diff none.pos ring.pos", "none.pos: there is no such file"},
+        {"diff ring.pos .", ".: this is a folder"},
+        {"show empty.pos", "empty.pos: the file is empty"},
+        {"diff ring.pos cut.pos", "cut.pos: not well-formed: line 2"},
+        {"show ring.pos other.pos", "other.pos: no POS file"},
+        {"show word.pos",
+         "word.pos: goal put.2: Mechanism \"smt\" has the unknown status \"Fine\\x7f\""},
+        {"diff word.pos ring.pos", "goal put.2: Mechanism \"smt\" has the unknown status"},
+        {"show ring.pos --csv --json", "choose one"},
+        {"show ring.pos --status proved", "proved is no status: give one of Proved, Unre"},
+        {"show ring.pos --status Disproved", "no goal is selected"},
+        {"show ring.pos --obligation put --obligation 'x*'", "--obligation=x* fits no obligation"},
+        {"show ring.pos >/dev/full", "standard output cannot be written"},
+        {"diff ring.pos ring.pos >/dev/full", "standard output cannot be written"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.words);
+        const outcome_t outcome = run(row.words);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_NE(outcome.err.find(row.line), std::string::npos) << outcome.err;
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+    }
+}
+
+TEST_F(Show, AReaderThatEndsEarlyIsReported)
+{
+    std::string goals;
+    for (int i = 0; i < 5000; ++i) {
+        goals += "Proved/Proved/Proved ";
+    }
+    dir.write("big.pos", test::posText(goals)); // more than a pipe holds
+    run("show --goals big.pos | head -n 1 >/dev/null");
+    EXPECT_NE(test::contentOf(dir.path("err")).find("cannot be written: Broken pipe"),
+              std::string::npos);
+}
+
+} // namespace
