@@ -6,6 +6,7 @@
 #include "mechtool/Command.h"
 
 answer_t runCheck(const QStringList& words);
+answer_t runDiff(const QStringList& words);
 answer_t runForget(const QStringList& words);
 answer_t runNew(const QStringList& words);
 answer_t runReset(const QStringList& words);

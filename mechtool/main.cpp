@@ -18,6 +18,7 @@ namespace
 
 const Command COMMANDS[] = {
     {"show", "show what POS files record", runShow},
+    {"diff", "show what differs between two states of a POS file", runDiff},
     {"check", "is a POS file in order, and are its goals proved?", runCheck},
     {"reset", "forget what mechanisms found, or a part of it", runReset},
     {"forget", "remove mechanisms from a POS file", runForget},
