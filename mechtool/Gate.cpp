@@ -4,6 +4,7 @@
 #include "mechtool/Text.h"
 
 #include <utility>
+#include <vector>
 
 namespace
 {

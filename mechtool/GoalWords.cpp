@@ -1,12 +1,9 @@
 #include "mechtool/GoalWords.h"
 
-#include "mechtool/Command.h"
 #include "mechtool/Text.h"
 #include "pos/walk.h"
 
 #include <QSet>
-
-#include <algorithm>
 
 namespace
 {
@@ -134,37 +131,4 @@ QStringList faultsOfWords(const QDomElement& goal)
     }
     findInMechanisms(goal, faults);
     return faults.texts;
-}
-
-QStringList recordedMechanisms(const QDomDocument& document)
-{
-    QStringList names;
-    QSet<QString> known;
-    pos::everyGoal(document, [&](const QDomElement& goal) {
-        for (const QDomElement& mechanism : pos::mechanismsOf(goal)) {
-            const QString name = pos::nameOf(mechanism);
-            if (!known.contains(name)) {
-                known.insert(name);
-                names << name;
-            }
-        }
-        return true;
-    });
-    return names;
-}
-
-QString recordedMechanism(const QStringList& recorded, const QString& name, const QString& file)
-{
-    const auto found = std::find_if(recorded.begin(), recorded.end(), [&](const QString& known) {
-        return known == name || shown(known) == name;
-    });
-    if (found != recorded.end()) {
-        return *found;
-    }
-    throw CannotAnswer(
-        QStringLiteral("%1: no mechanism \"%2\" is recorded: %3")
-            .arg(shown(file), shown(name),
-                 recorded.isEmpty()
-                     ? QStringLiteral("there is none")
-                     : QStringLiteral("there are ") + shown(recorded.join(QStringLiteral(", ")))));
 }

@@ -7,7 +7,11 @@
 #include "pos/goal_status.h"
 #include "pos/walk.h"
 
+#include <QSet>
+
+#include <algorithm>
 #include <stdexcept>
+#include <vector>
 
 namespace
 {
@@ -92,4 +96,37 @@ void editPosFile(const edited_file_t& file, const std::function<void(QDomDocumen
               .arg(shown(file.path), QString::number(changed),
                    counted(before.size(), QStringLiteral("goal")),
                    file.dryRun ? QStringLiteral("would change") : QStringLiteral("changed")));
+}
+
+QStringList recordedMechanisms(const QDomDocument& document)
+{
+    QStringList names;
+    QSet<QString> known;
+    pos::everyGoal(document, [&](const QDomElement& goal) {
+        for (const QDomElement& mechanism : pos::mechanismsOf(goal)) {
+            const QString name = pos::nameOf(mechanism);
+            if (!known.contains(name)) {
+                known.insert(name);
+                names << name;
+            }
+        }
+        return true;
+    });
+    return names;
+}
+
+QString recordedMechanism(const QStringList& recorded, const QString& name, const QString& file)
+{
+    const auto found = std::find_if(recorded.begin(), recorded.end(), [&](const QString& known) {
+        return known == name || shown(known) == name;
+    });
+    if (found != recorded.end()) {
+        return *found;
+    }
+    throw CannotAnswer(
+        QStringLiteral("%1: no mechanism \"%2\" is recorded: %3")
+            .arg(shown(file), shown(name),
+                 recorded.isEmpty()
+                     ? QStringLiteral("there is none")
+                     : QStringLiteral("there are ") + shown(recorded.join(QStringLiteral(", ")))));
 }

@@ -6,6 +6,7 @@
 
 #include <QDomDocument>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 
@@ -26,3 +27,10 @@ edited_file_t editedFileOf(const Options& options);
 /// `change` has returned. What `change` throws leaves it alone; std::out_of_range, for an unknown
 /// word, becomes a CannotAnswer that names the goal.
 void editPosFile(const edited_file_t& file, const std::function<void(QDomDocument&)>& change);
+
+/// The mechanisms recorded in a document, each once, in the order of their first appearance.
+QStringList recordedMechanisms(const QDomDocument& document);
+
+/// The one of `recorded` that is called `name`, as it stands or as it is shown. Throws CannotAnswer
+/// when there is none: the line lists those that there are. `file` is for the line.
+QString recordedMechanism(const QStringList& recorded, const QString& name, const QString& file);

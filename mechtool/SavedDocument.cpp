@@ -5,6 +5,9 @@
 #include "mechtool/Text.h"
 #include "pos/document_text.h"
 
+#include <system_error>
+#include <vector>
+
 #include <sys/stat.h>
 
 file_stamp_t stampOf(const QString& file)

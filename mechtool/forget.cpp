@@ -1,6 +1,5 @@
 // mechtool forget: removes mechanisms from a POS file.
 
-#include "mechtool/GoalWords.h"
 #include "mechtool/PosEdit.h"
 #include "mechtool/commands.h"
 #include "pos/pos.h"

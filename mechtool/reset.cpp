@@ -1,7 +1,6 @@
 // mechtool reset: what mechanisms found is forgotten, all of it or a part.
 
 #include "mechtool/Component.h"
-#include "mechtool/GoalWords.h"
 #include "mechtool/PosEdit.h"
 #include "mechtool/Selection.h"
 #include "mechtool/commands.h"
@@ -9,6 +8,8 @@
 #include "pos/walk.h"
 
 #include <algorithm>
+#include <set>
+#include <vector>
 
 namespace
 {
