@@ -17,6 +17,9 @@ namespace
 {
 
 const Command COMMANDS[] = {
+    {"play", "run mechanisms on every open goal", runPlay},
+    {"replay", "confirm that the recorded verdicts still hold", runReplay},
+    {"model", "run one goal and print its counter-example", runModel},
     {"show", "show what POS files record", runShow},
     {"diff", "show what differs between two states of a POS file", runDiff},
     {"check", "is a POS file in order, and are its goals proved?", runCheck},

@@ -1,0 +1,345 @@
+// Playing, confirming and looking at one goal, with tiny tools; signals and limits.
+
+#include "tests/mechtool/MechtoolRun.h"
+
+#include <csignal>
+#include <filesystem>
+
+namespace
+{
+
+const std::string FILES = " -s comp.pos -p comp.pog ";
+
+class Play : public MechtoolRun
+{
+protected:
+    /// Makes the status file and the mechanism "mech" with these drivers.
+    void component(const std::vector<test::Driver>& drivers, const std::string& goals,
+                   const std::string& trust = "always")
+    {
+        dir.write("comp.pos", test::posText(goals));
+        dir.write("comp.pog", "");
+        dir.write("temp/here", "");
+        dir.write("m/mech.xml", test::mechanismText(trust, drivers));
+    }
+
+    test::Driver driver(const std::string& name, const std::string& verdict,
+                        const std::string& attributes = "")
+    {
+        return test::driverSaying(dir, name, verdict, attributes);
+    }
+
+    /// A driver whose prover is a script.
+    test::Driver driverWith(const std::string& name, const std::string& prover)
+    {
+        test::Driver made = driver(name, "Proved");
+        made.prover = {dir.script("prover-" + name, prover), "timeout='1'", ""};
+        return made;
+    }
+
+    /// A driver whose prover tells its process number, and runs for ever.
+    test::Driver driverThatHangs()
+    {
+        return driverWith("D1", "echo $$ > pid.new; mv pid.new pid; trap '' TERM; "
+                                "while :; do sleep 100; done");
+    }
+
+    int pidOfProver() const
+    {
+        while (!test::exists(dir.path("pid"))) {
+            ::usleep(2000);
+        }
+        return std::stoi(test::contentOf(dir.path("pid")));
+    }
+
+    std::string statuses() const
+    {
+        return test::statusesOf(dir.path("comp.pos"));
+    }
+
+    /// No temporary folder is left.
+    bool isClean() const
+    {
+        for (int i = 0; i < 1000 && !std::filesystem::is_empty(dir.path("tmp")); ++i) {
+            ::usleep(5000);
+        }
+        return std::filesystem::is_empty(dir.path("tmp"));
+    }
+
+    void SetUp() override
+    {
+        std::filesystem::create_directory(dir.path("tmp"));
+        ::setenv("TMPDIR", dir.path("tmp").c_str(), 1);
+    }
+    void TearDown() override
+    {
+        ::unsetenv("TMPDIR");
+        EXPECT_TRUE(isClean());
+    }
+};
+
+TEST_F(Play, EveryOpenGoalIsRunAndTheTableTells)
+{
+    const struct {
+        const char* label;
+        const char* words;
+        const char* before;
+        const char* after;
+        int status;
+        const char* out; ///< a line of it
+    } rows[] = {
+        {"registers", "", "Unproved Proved Unknown",
+         "Proved/Proved/Unknown,Proved Proved/Unproved/Unproved,Unproved "
+         "Proved/Proved/Unknown,Proved",
+         0, "  mech       D1              2       0        0        2            0  "},
+        {"one driver", "--driver D2", "Unproved", "Proved/Proved/Unproved,Proved", 0,
+         "  mech       D2              1       1        0        0            0  "},
+        {"fast", "--fast", "Unproved", "Unproved/Unproved/Unknown,Unproved", 0,
+         "comp: 1 goal: 0 Proved, 0 UnreliablyProved, 0 Disproved, 0 Unknown, 1 Unproved"},
+        {"gate met", "--require proved", "Unproved", "Proved/Proved/Unknown,Proved", 0, "1 Proved"},
+        {"gate not met", "--fast --require settled -j 3", "Unproved Proved",
+         "Unproved/Unproved/Unknown,Unproved Proved/Unproved/Unproved,Unproved", 1, "PO_0.1"},
+        {"report", "--report -d temp", "Unproved", "Proved/Proved/Unknown,Proved", 0,
+         "Proving comp with external mechanism mech\n\tProof driver D1, still 1 unproved PO\n"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.label);
+        component({driver("D1", "Unknown", "fast='true'"), driver("D2", "Proved")}, row.before);
+        const outcome_t outcome = run("play -M m" + FILES + row.words);
+        EXPECT_EQ(outcome.status, row.status) << outcome.err;
+        EXPECT_EQ(statuses(), row.after);
+        EXPECT_NE(outcome.out.find(row.out), std::string::npos) << outcome.out;
+        EXPECT_EQ(outcome.err, "");
+        const std::string saved = test::contentOf(dir.path("comp.pos"));
+        EXPECT_EQ(run("play -m m/mech.xml --driver D1" + FILES).status, 0);
+        EXPECT_EQ(saved, test::contentOf(dir.path("comp.pos"))) << "nothing is left for D1";
+    }
+}
+
+TEST_F(Play, WhatCannotBePlayedIsSaidBeforeTheFirstJob)
+{
+    const struct {
+        const char* words;
+        const char* error;
+    } rows[] = {
+        {"", "give either -m FILE or -M DIR"},
+        {"-m m/mech.xml -M m", "give either -m FILE or -M DIR"},
+        {"-m m/mech.xml -p comp.pog", "--pos is missing"},
+        {"-m m/mech.xml -s comp.pos", "--pog is missing"},
+        {"-m m/none.xml -s comp.pos -p comp.pog", "m/none.xml: there is no such file"},
+        {"-m m/mech.xml -m m/more/mech.xml -s comp.pos -p comp.pog",
+         "two mechanisms of the name \"mech\""},
+        {"-m m/mech.xml -s none.pos -p comp.pog", "none.pos: there is no such file"},
+        {"-m m/mech.xml -s m -p comp.pog", "m: this is a folder"},
+        {"-m m/mech.xml -s m/mech.xml -p comp.pog", "no POS file"},
+        {"-m m/mech.xml -s bad.pos -p comp.pog", "bad.pos: not well-formed: line 1"},
+        {"-m m/mech.xml -s word.pos -p comp.pog", "goal PO_0.1"},
+        {"-m m/mech.xml -s comp.pos -p none.pog", "none.pog: the proof obligations cannot be read"},
+        {"-m m/mech.xml -s comp.pos -p m", "m: the proof obligations cannot be read"},
+        {"-m m/mech.xml -s comp.pos -p comp.pog -d none", "none: this is no folder"},
+        {"-m m/mech.xml -s comp.pos -p comp.pog --driver D9", "no mechanism has a driver \"D9\""},
+        {"-m m/lost.xml -s comp.pos -p comp.pog", "m/lost.xml: driver \"D1\""},
+        {"-m m/mech.xml -s comp.pos -p comp.pog -j 0", "--jobs=0 is no whole number from 1 on"},
+        {"-m m/mech.xml -s comp.pos -p comp.pog --time-limit x",
+         "--time-limit=x is no whole number"},
+        {"-m m/mech.xml -s comp.pos -p comp.pog --progress=x", "write auto, always or never"},
+        {"-m m/mech.xml -s comp.pos -p comp.pog --journal none/j", "none/j"},
+        {"-m m/mech.xml -s comp.pos -p comp.pog -r none", "none: there is no such file"},
+        {"-m m/mech.xml -s comp.pos -p comp.pog more", "unexpected argument more"},
+    };
+    component({driver("D1", "Proved")}, "Unproved/Unproved/Proved");
+    dir.write("m/more/mech.xml", test::mechanismText("always", {driver("D1", "Proved")}));
+    dir.write("m/lost.xml", test::mechanismText("always", {{"D1", "", {"/none"}, {}, {}}}));
+    dir.write("bad.pos", "<Proof_Obligations><x>");
+    dir.write("word.pos", test::posText("Prooved"));
+    const std::string before = test::contentOf(dir.path("comp.pos"));
+    for (const auto& row : rows) {
+        for (const std::string command : {"play", "replay"}) {
+            SCOPED_TRACE(command + " " + row.words);
+            const outcome_t outcome = run(command + " " + row.words);
+            EXPECT_EQ(outcome.status, 2);
+            EXPECT_EQ(outcome.out, "");
+            EXPECT_EQ(outcome.err.find("mechtool " + command + ": "), 0U);
+            EXPECT_NE(outcome.err.find(row.error), std::string::npos) << outcome.err;
+            EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
+        }
+    }
+    EXPECT_EQ(before, test::contentOf(dir.path("comp.pos")));
+}
+
+TEST_F(Play, AReplayConfirmsEveryVerdictByItself)
+{
+    // The drivers of "mech" are D1 and D2; those of "other" say what was recorded.
+    const struct {
+        const char* label;
+        const char* trust;
+        const char* first; ///< what D1 says now
+        const char* second;
+        const char* words;
+        const char* before; ///< records of "mech"
+        const char* other;  ///< status of "other" and its driver; empty: no such mechanism
+        int status;
+        const char* section;
+        const char* summary;
+        const char* updated;
+    } rows[] = {
+        {"confirmed", "always", "Proved", "Unknown", "", "Proved/Proved/Proved,Unknown", "", 0, "",
+         "1 of 1 verdict confirmed; 0 goals worse, 0 better", "Proved/Proved/Proved,Unknown"},
+        {"lost", "always", "Unknown", "Unknown", "", "Proved/Proved/Proved,Unproved", "", 1,
+         "Lost:", "0 of 1 verdict confirmed; 1 goal worse, 0 better",
+         "Unproved/Unproved/Unknown,Unproved"},
+        {"refuted", "always", "Disproved", "", "", "Proved/Proved/Proved,Unproved", "", 1,
+         "Contradictions", "1 goal worse", "Disproved/Disproved/Disproved,Unproved"},
+        {"proved that was refuted", "always", "Proved", "", "",
+         "Disproved/Disproved/Disproved,Unproved", "", 1, "Contradictions", "1 goal worse",
+         "Proved/Proved/Proved,Unproved"},
+        {"refutation lost", "always", "Unknown", "", "", "Disproved/Disproved/Disproved,Unproved",
+         "", 1, "Lost:", "1 goal worse", "Unproved/Unproved/Unknown,Unproved"},
+        {"refutation not asked for", "always", "Unknown", "", "--only-proved",
+         "Disproved/Disproved/Disproved,Unproved", "", 0, "",
+         "0 of 0 verdicts confirmed; 0 goals worse", "Disproved/Disproved/Disproved,Unproved"},
+        {"proved by another", "always", "Unknown", "", "", "Proved/Proved/Proved,Unproved",
+         "Proved", 0, "Lost records", "1 of 2 verdicts confirmed; 0 goals worse",
+         "Proved/Unproved/Unknown,Unproved"},
+        {"the same, strictly", "always", "Unknown", "", "--strict", "Proved/Proved/Proved,Unproved",
+         "Proved", 1, "Lost records", "0 goals worse", "Proved/Unproved/Unknown,Unproved"},
+        {"hidden by the first driver", "always", "Proved", "Unknown", "",
+         "Proved/Proved/Proved,Proved", "", 0, "Lost records",
+         "1 of 2 verdicts confirmed; 0 goals worse", "Proved/Proved/Proved,Unknown"},
+        {"no redundancy any more", "redundancy", "Proved", "Unknown", "",
+         "Proved/Proved/Proved,Proved", "", 1, "Lost:", "1 of 2 verdicts confirmed; 1 goal worse",
+         "Unproved/Unknown/Proved,Unknown"},
+        {"open, though proved", "always", "Proved", "", "", "Unproved/Unproved/Proved,Unproved", "",
+         0, "Gained", "0 goals worse, 1 better", "Proved/Proved/Proved,Unproved"},
+        {"open, though refuted", "always", "Disproved", "", "",
+         "Unproved/Unproved/Disproved,Unproved", "", 0, "Gained", "0 goals worse, 1 better",
+         "Disproved/Disproved/Disproved,Unproved"},
+        {"proved without a driver", "always", "Proved", "", "", "Proved/Proved/Unproved,Unproved",
+         "", 1, "Lost:", "1 goal worse", "Unproved/Unproved/Unproved,Unproved"},
+        {"driver not asked for", "always", "Unknown", "Proved", "--driver D2",
+         "Proved/Proved/Proved,Proved", "", 0, "", "1 of 1 verdict confirmed",
+         "Proved/Proved/Proved,Proved"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.label);
+        component({driver("D1", row.first), driver("D2", row.second)}, row.before, row.trust);
+        dir.write("m/other.xml", test::mechanismText("always", {driver("D3", "Proved")}));
+        if (*row.other != '\0') {
+            const std::string record = std::string("<Mechanism name='other' status='") + row.other +
+                                       "'><Driver name='D3' status='Proved'/></Mechanism>";
+            dir.write("comp.pos", test::replaced(test::contentOf(dir.path("comp.pos")),
+                                                 "</Simple_Goal>", record + "</Simple_Goal>"));
+        }
+        const std::string before = test::contentOf(dir.path("comp.pos"));
+        const outcome_t outcome = run("replay -M m" + FILES + row.words);
+        EXPECT_EQ(outcome.status, row.status) << outcome.err << outcome.out;
+        EXPECT_EQ(outcome.out.find(row.section), 0U) << outcome.out;
+        EXPECT_NE(outcome.out.find(row.summary), std::string::npos) << outcome.out;
+        EXPECT_EQ(before, test::contentOf(dir.path("comp.pos")));
+        EXPECT_EQ(run("replay --update -M m" + FILES + row.words).status, row.status);
+        EXPECT_EQ(statuses(), row.updated);
+    }
+}
+
+TEST_F(Play, ALostJobConfirmsNothingAndSaysWhy)
+{
+    component({driverWith("D1", "kill -SEGV $$")},
+              "Proved/Proved/Proved Proved Proved/Unproved/Unknown");
+    const outcome_t outcome = run("replay -M m --update" + FILES);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.out.find("PO_0.1  mech       D1      Proved  not confirmed"),
+              std::string::npos)
+        << outcome.out;
+    EXPECT_NE(outcome.out.find("SIGSEGV"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.err.find("SIGSEGV"), std::string::npos) << outcome.err;
+    EXPECT_EQ(statuses(), "Unproved/Unproved/Proved Proved Proved/Unproved/Unknown")
+        << "the driver is asked again by the next replay";
+}
+
+TEST_F(Play, AModelIsPrintedAndTheFileStays)
+{
+    test::Driver with = driver("D1", "Disproved 'x = 1' '\x1b[2J'");
+    component({with, driver("D2", "Proved")}, "Unproved|Proved/Unproved/Unproved Proved");
+    const std::string before = test::contentOf(dir.path("comp.pos"));
+    const outcome_t outcome = run("model -m m/mech.xml --goal PO_1.2" + FILES);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("D1: Disproved after "), std::string::npos);
+    EXPECT_NE(outcome.out.find("\n  x = 1\n  \\x1b[2J\nD2: Proved after "), std::string::npos)
+        << outcome.out;
+    EXPECT_EQ(run("model -m m/mech.xml --driver D2 --goal PO_0.1" + FILES).status, 1);
+    EXPECT_NE(
+        run("model -m m/mech.xml --goal PO_1.3" + FILES).err.find("the nearest are PO_1.1, PO_1.2"),
+        std::string::npos);
+    component({driverWith("D1", "kill -KILL $$")}, "Unproved");
+    EXPECT_EQ(run("model -m m/mech.xml --goal PO_0.1" + FILES).status, 2);
+    component({with}, "Unproved|Proved/Unproved/Unproved Proved");
+    EXPECT_EQ(before, test::contentOf(dir.path("comp.pos")));
+}
+
+TEST_F(Play, ASignalIsAnOrderlyStop)
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        for (const std::string command : {"play", "replay"}) {
+            SCOPED_TRACE(command + " " + std::to_string(signal));
+            ::unlink(dir.path("pid").c_str());
+            component({driverThatHangs()}, "Unproved/Unproved/Proved Unproved/Unproved/Proved");
+            const std::string before = test::contentOf(dir.path("comp.pos"));
+            const pid_t child = start(command + " -M m -j 1" + FILES);
+            const int prover = pidOfProver();
+            ::kill(child, signal);
+            const outcome_t outcome = end(child);
+            EXPECT_EQ(outcome.status, 128 + signal);
+            EXPECT_NE(outcome.err.find("stopped: 0 of 2 goals done; the POS file "),
+                      std::string::npos)
+                << outcome.err;
+            EXPECT_TRUE(std::filesystem::is_empty(dir.path("tmp")));
+            EXPECT_TRUE(test::hasEnded(prover, true));
+            EXPECT_EQ(command == "replay", before == test::contentOf(dir.path("comp.pos")));
+        }
+    }
+}
+
+TEST_F(Play, NothingIsLeftOfAKilledPlay)
+{
+    component({driverThatHangs()}, "Unproved");
+    const pid_t child = start("play -M m" + FILES);
+    const int prover = pidOfProver();
+    ::kill(child, SIGKILL);
+    EXPECT_EQ(end(child).status, -SIGKILL);
+    EXPECT_TRUE(test::hasEnded(prover, true));
+    EXPECT_TRUE(isClean());
+}
+
+TEST_F(Play, AJobBeyondALimitIsLostAndTheNextOneRuns)
+{
+    // The first job of two hangs, or wants too much memory; the other is proved.
+    const struct {
+        const char* words;
+        const char* fault;
+        const char* said;
+    } rows[] = {
+        {"--time-limit 1", "sleep 100 & wait", "time limit"},
+        {"--memory-limit 100", "exec /bin/dd if=/dev/zero of=/dev/null bs=900M count=1",
+         "memory limit"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.words);
+        ::unlink(dir.path("first").c_str());
+        component(
+            {driverWith("D1", std::string("mkdir first 2>&- && { ") + row.fault + "; }; cat")},
+            "Unproved/Unproved/Unproved Unproved/Unproved/Unproved");
+        std::filesystem::remove_all(dir.path("first"));
+        const outcome_t outcome =
+            run(std::string("play -M m -j 1 --keep-failed kept ") + row.words + FILES);
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(statuses(), "Unproved/Unproved/Unproved Proved/Proved/Proved");
+        EXPECT_NE(outcome.err.find(row.said), std::string::npos) << outcome.err;
+        EXPECT_NE(outcome.err.find("PO_0.1"), std::string::npos) << outcome.err;
+        EXPECT_NE(outcome.out.find("  1       1        0        0            1  "),
+                  std::string::npos)
+            << outcome.out;
+    }
+    EXPECT_EQ(run("play -M m > /dev/full" + FILES).status, 2);
+}
+
+} // namespace
