@@ -51,21 +51,32 @@ QString rateText(double perSecond)
            QStringLiteral(" jobs/s");
 }
 
-/// The parts, what matters most first; each in its forms, the best first.
-std::vector<QStringList> partsOf(const progress_t& progress)
+/// A part of the line, in the form to take where there is room for it, and in the shortest.
+struct part_t {
+    QString whole;
+    QString brief;
+};
+
+/// The parts, what matters most first.
+std::vector<part_t> partsOf(const progress_t& progress)
 {
+    std::vector<part_t> parts;
+    const auto add = [&parts](const QString& text) {
+        parts.push_back({text, text});
+    };
+    const auto addCount = [&add](std::size_t count, const char* what) {
+        add(QString::number(count) + QLatin1Char(' ') + QLatin1String(what));
+    };
     const QString count =
         QStringLiteral("%1/%2").arg(QString::number(progress.done), QString::number(progress.all));
-    std::vector<QStringList> parts = {{count + QStringLiteral(" goals"), count}};
-    if (progress.secondsLeft) {
-        parts.push_back({leftText(*progress.secondsLeft)});
+    parts.push_back({count + QStringLiteral(" goals"), count});
+    // A job that does not come to its end holds the last second up.
+    if (progress.secondsLeft && *progress.secondsLeft >= 0.5) {
+        add(leftText(*progress.secondsLeft));
     }
-    parts.push_back({QString::number(progress.proved) + QStringLiteral(" proved")});
+    addCount(progress.proved, "proved");
     if (progress.refuted != 0) {
-        parts.push_back({QString::number(progress.refuted) + QStringLiteral(" refuted")});
-    }
-    if (progress.failed != 0) {
-        parts.push_back({QString::number(progress.failed) + QStringLiteral(" failed")});
+        addCount(progress.refuted, "refuted");
     }
     parts.push_back({progress.mechanism + QLatin1Char('/') + progress.driver, progress.driver});
     if (!progress.longest.isNull() && progress.longestSeconds >= 1) {
@@ -73,8 +84,11 @@ std::vector<QStringList> partsOf(const progress_t& progress)
         parts.push_back({progress.longest + QStringLiteral(" runs ") + time,
                          QStringLiteral("a job runs ") + time});
     }
+    if (progress.failed != 0) {
+        addCount(progress.failed, "failed");
+    }
     if (progress.jobsPerSecond > 0) {
-        parts.push_back({rateText(progress.jobsPerSecond)});
+        add(rateText(progress.jobsPerSecond));
     }
     return parts;
 }
@@ -83,18 +97,23 @@ std::vector<QStringList> partsOf(const progress_t& progress)
 
 QString progressLine(const progress_t& progress, int width)
 {
-    QString line;
-    for (const QStringList& forms : partsOf(progress)) {
-        const QString gap = line.isEmpty() ? QString() : QStringLiteral(", ");
-        const auto fits = [&](const QString& form) {
-            return columnsOf(line) + gap.size() + columnsOf(form) <= width;
-        };
-        const auto form = std::find_if(forms.begin(), forms.end(), fits);
-        if (form != forms.end()) {
-            line += gap + *form;
+    const QString gap = QStringLiteral(", ");
+    std::vector<part_t> taken;
+    int room = width;
+    for (const part_t& part : partsOf(progress)) {
+        const int columns = columnsOf(part.brief) + (taken.empty() ? 0 : gap.size());
+        if (columns <= room) {
+            taken.push_back(part);
+            room -= columns;
         }
     }
-    return line;
+    QStringList texts;
+    for (const part_t& part : taken) {
+        const int more = columnsOf(part.whole) - columnsOf(part.brief);
+        texts << (more <= room ? part.whole : part.brief);
+        room -= more <= room ? more : 0;
+    }
+    return texts.join(gap);
 }
 
 void Pace::pass(double seconds, double count)
@@ -105,14 +124,6 @@ void Pace::pass(double seconds, double count)
     times = times * kept + count;
 }
 
-void Pace::forgetAllBut(double seconds)
-{
-    const double kept = time > seconds ? seconds / time : 1;
-    time *= kept;
-    times *= kept;
-    elapsed = std::min(elapsed, seconds);
-}
-
 double Pace::perSecond() const
 {
     return time > 0 ? times / time : 0;
@@ -120,23 +131,22 @@ double Pace::perSecond() const
 
 void TimeLeft::driverBegins()
 {
-    pace.forgetAllBut(5);
+    elapsed = 0;
+    pace = Pace();
 }
 
 void TimeLeft::pass(double seconds, double run, double left)
 {
     elapsed += seconds;
     pace.pass(seconds, run);
+    const double expected = std::max(0.0, estimate.value_or(0) - seconds);
     if (elapsed < 2 || pace.perSecond() <= 0) {
+        estimate = estimate ? std::optional<double>(expected) : std::nullopt;
         return;
     }
     const double measured = left / pace.perSecond();
-    if (!estimate) {
-        estimate = measured;
-        return;
-    }
     // The last seconds are counted as they are, the last hour by and by.
     const double patience = std::clamp(measured / 8, 1.0, 15.0);
-    const double expected = std::max(0.0, *estimate - seconds);
-    estimate = expected + (measured - expected) * (1 - std::exp(-seconds / patience));
+    estimate = estimate ? expected + (measured - expected) * (1 - std::exp(-seconds / patience))
+                        : measured;
 }

@@ -23,8 +23,8 @@ struct progress_t {
     double jobsPerSecond = 0;
 };
 
-/// The line, of at most `width` columns. What matters most comes first; a part that does not fit is
-/// left out whole. A job is named once it runs for a second.
+/// The line, of at most `width` columns. What matters most comes first; a part that does not fit in
+/// its shortest form is left out whole. A job is named once it runs for a second.
 QString progressLine(const progress_t& progress, int width);
 
 /// How often something happens. Old times count less and less: half a minute ago, or half of all
@@ -34,9 +34,6 @@ class Pace
 public:
     /// `seconds` have passed, in which it happened `count` times.
     void pass(double seconds, double count);
-
-    /// From here on the past counts no more than these seconds.
-    void forgetAllBut(double seconds);
 
     /// 0 as long as it never happened.
     double perSecond() const;
@@ -55,10 +52,11 @@ public:
     /// `seconds` have passed, in which `run` goals were run; `left` are still to run.
     void pass(double seconds, double run, double left);
 
-    /// Another driver has begun, at a pace of its own.
+    /// Another driver has begun, at a pace of its own: until that is known, the estimate only runs
+    /// down.
     void driverBegins();
 
-    /// Nothing in the first two seconds, and until some goal was run.
+    /// Nothing as long as no pace is known: in the first two seconds, and until some goal was run.
     std::optional<double> seconds() const
     {
         return estimate;

@@ -33,15 +33,20 @@ int freeColumns()
     return (isKnown ? size.ws_col : USUAL_COLUMNS) - 1;
 }
 
-/// Writes to the error stream, and counts each piece that went out. What nobody can read any more
-/// is lost.
-void writeOut(const std::string& text, std::atomic<unsigned>& pieces)
+/// How far the thread is with writing.
+struct writing_t {
+    std::atomic<unsigned> pieces{0}; ///< so many went out
+    std::atomic<bool> isGivenUp{false};
+};
+
+/// Writes to the error stream. What nobody can read any more is lost.
+void writeOut(const std::string& text, writing_t& writing)
 {
-    for (std::size_t done = 0; done < text.size();) {
+    for (std::size_t done = 0; done < text.size() && !writing.isGivenUp;) {
         const ssize_t count = ::write(STDERR_FILENO, text.data() + done, text.size() - done);
         if (count > 0) {
             done += static_cast<std::size_t>(count);
-            ++pieces;
+            ++writing.pieces;
         } else if (errno == EAGAIN) {
             pollfd polled = {STDERR_FILENO, POLLOUT, 0};
             ::poll(&polled, 1, -1);
@@ -114,13 +119,14 @@ public:
             changed.notify_all();
             bool advances = true;
             while (!closed && (advances || isMakingText)) {
-                const unsigned before = pieces;
+                const unsigned before = writing.pieces;
                 changed.wait_for(lock, PATIENCE, [this] {
                     return closed;
                 });
-                advances = pieces != before;
+                advances = writing.pieces != before;
             }
             const bool isDone = std::exchange(closed, true);
+            writing.isGivenUp = !isDone;
             lock.unlock();
             if (thread.joinable()) {
                 isDone ? thread.join() : thread.detach();
@@ -140,7 +146,7 @@ private:
             }
             writePending(lock);
             changed.wait_until(lock, due, [this] {
-                return ending || !pending.empty();
+                return ending || (!drawn && !pending.empty());
             });
         }
         line.clear();
@@ -189,7 +195,7 @@ private:
         }
         standing = line;
         lock.unlock();
-        writeOut(piece, pieces);
+        writeOut(piece, writing);
         lock.lock();
     }
 
@@ -198,7 +204,7 @@ private:
     const std::function<std::string(int)> text;
     std::thread thread;
     std::once_flag ended;
-    std::atomic<unsigned> pieces{0};
+    writing_t writing;
 
     std::mutex mutex; // guards what follows
     std::condition_variable changed;

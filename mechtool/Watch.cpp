@@ -23,9 +23,6 @@ using time_point_t = std::chrono::steady_clock::time_point;
 constexpr std::chrono::milliseconds REDRAW_PERIOD{100};
 constexpr std::chrono::milliseconds LOOK_PERIOD{1000};
 
-/// A job that runs so many times as long as its prover's timeout is reported.
-constexpr int SLOW = 10;
-
 /// A job that runs.
 struct running_t {
     time_point_t begun;
@@ -186,7 +183,7 @@ QStringList Watch::State::slowJobs(time_point_t time)
     for (auto& [index, job] : running) {
         const double seconds = secondsBetween(job.begun, time);
         if (settings.quiet || driver.timeout <= 0 || job.isReported ||
-            seconds < SLOW * double(driver.timeout)) {
+            seconds < settings.slow * driver.timeout) {
             continue;
         }
         job.isReported = true;
@@ -261,7 +258,7 @@ void Watch::driverBegins(const driver_begins_t& driver)
     state->running.clear();
     state->score.driverBegins(driver);
     state->timeLeft.driverBegins();
-    state->jobPace.forgetAllBut(0);
+    state->jobPace = Pace();
     state->progress.mechanism = shown(driver.mechanism);
     state->progress.driver = shown(driver.driver);
 }

@@ -37,6 +37,8 @@ struct watch_settings_t {
     QString journal = {};    ///< the file to append to; empty: none
     QString keepFailed = {}; ///< the folder for what is kept of failed jobs; empty: none
     std::chrono::milliseconds plainPeriod{30000}; ///< from one plain line to the next
+    /// A job that runs so many times as long as its prover's timeout is reported.
+    double slow = 10;
 };
 
 class Watch : public ProofDirectorObserver

@@ -1,0 +1,583 @@
+// What is seen of a play: lines, journal, kept files, counts, and the line at the foot of a
+// terminal.
+
+#include "mechtool/Watch.h"
+#include "base/LogLine.h"
+#include "mechtool/Command.h"
+#include "tests/support/Support.h"
+
+#include <QJsonDocument>
+#include <QRegularExpression>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <sstream>
+#include <thread>
+
+#include <fcntl.h>
+#include <pty.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+using goals_t = std::vector<address_t>;
+
+const goals_t ONE = {{0, 0}};
+const goals_t TWO = {{0, 1}, {1, 0}};
+const goals_t FIVE = {{0, 0}, {0, 1}, {0, 2}, {0, 3}, {0, 4}};
+
+component_t component()
+{
+    component_t made;
+    made.name = QStringLiteral("comp");
+    made.obligations.resize(2);
+    made.obligations[0].name = QStringLiteral("put_ring");
+    made.obligations[0].goals.resize(5);
+    made.obligations[1].name = QStringLiteral("a\x1b[2J");
+    made.obligations[1].goals.resize(1);
+    return made;
+}
+
+driver_begins_t driverOf(const char* name, std::size_t goals, bool isFed = false)
+{
+    driver_begins_t driver;
+    driver.mechanism = QStringLiteral("smt");
+    driver.driver = QString::fromUtf8(name);
+    driver.fedByFile = isFed;
+    driver.goals = driver.jobs = goals;
+    driver.goalsOpen = 6;
+    return driver;
+}
+
+/// A job whose tools did what they should, with these verdicts; "-" is none.
+job_ended_t jobOf(const goals_t& goals, const char* verdicts, std::size_t index = 0)
+{
+    job_ended_t job{index, goals};
+    for (const QString& word : QString::fromUtf8(verdicts).split(QLatin1Char(' '))) {
+        job.verdicts << (word == QLatin1String("-") ? QString() : word);
+    }
+    job.wanted = job.found = goals.size();
+    job.wallSeconds = 0.25;
+    job.writer.started = job.prover.started = job.reader.started = true;
+    job.secondaryFile = QStringLiteral("/t/f 1.po2");
+    job.hasSecondaryFile = true;
+    job.writerCommand = {QStringLiteral("/bin/writer"), {QStringLiteral("-o"), job.secondaryFile}};
+    job.proverCommand = {QStringLiteral("prover"), {QStringLiteral("$x")}};
+    job.readerCommand = {QStringLiteral("/bin/reader"), {}};
+    return job;
+}
+
+job_ended_t crashed(const goals_t& goals, std::size_t index = 0)
+{
+    job_ended_t job = jobOf(goals, "", index);
+    job.verdicts.clear();
+    job.end = job_end_t::proverCrashed;
+    job.prover.signal = SIGSEGV;
+    return job;
+}
+
+/// Lets the error stream of the process go elsewhere.
+class ErrorStream
+{
+public:
+    explicit ErrorStream(int to) : before(::dup(STDERR_FILENO))
+    {
+        ::dup2(to, STDERR_FILENO);
+    }
+    ~ErrorStream()
+    {
+        ::dup2(before, STDERR_FILENO);
+        ::close(before);
+    }
+    ErrorStream(const ErrorStream&) = delete;
+    ErrorStream& operator=(const ErrorStream&) = delete;
+
+private:
+    int before;
+};
+
+class WatchTest : public testing::Test
+{
+protected:
+    /// What is written to the error stream while `use` uses a watch, which then ends.
+    std::string linesOf(const watch_settings_t& settings, const std::function<void(Watch&)>& use)
+    {
+        const int file = ::open(dir.path("err").c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
+        {
+            const ErrorStream stream(file);
+            Watch watch(settings);
+            watch.setComponent(component());
+            use(watch);
+        }
+        ::close(file);
+        return test::contentOf(dir.path("err"));
+    }
+
+    watch_settings_t settings()
+    {
+        watch_settings_t made;
+        made.command = QStringLiteral("play");
+        return made;
+    }
+
+    QString path(const char* name)
+    {
+        return QString::fromStdString(dir.path(name));
+    }
+
+    test::TempDir dir;
+};
+
+job_ended_t endedBy(job_end_t end, job_ended_t job)
+{
+    job.end = end;
+    return job;
+}
+
+TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
+{
+    job_ended_t unnamed = crashed(FIVE);
+    unnamed.prover.signal = 40;
+    job_ended_t noFile = jobOf(ONE, "Proved");
+    noFile.hasSecondaryFile = false;
+    job_ended_t noReader = endedBy(job_end_t::wrongCount, crashed(TWO));
+    noReader.found = 1;
+    noReader.reader.started = false;
+    noReader.reader.error = ENOENT;
+    const struct {
+        const char* label;
+        job_ended_t job;
+        std::string line; ///< from the goals to the failure
+    } rows[] = {
+        {"all well", jobOf(ONE, "Unknown"), ""},
+        {"stopped", endedBy(job_end_t::stopped, crashed(ONE)), ""},
+        {"crash", crashed(ONE), "put_ring.1: the prover was ended by SIGSEGV"},
+        {"many goals", unnamed,
+         "put_ring.1, put_ring.2, put_ring.3 and 2 more: the prover was ended by signal 40"},
+        {"count", noReader,
+         "put_ring.2, a\\x1b[2J.1: the reader printed 1 line, expected 2; the reader could not be "
+         "started: No such file or directory"},
+        {"no verdict", jobOf(TWO, "Proved -"),
+         "put_ring.2, a\\x1b[2J.1: the reader gave no verdict on a\\x1b[2J.1"},
+        {"no file", noFile, "put_ring.1: the writer left no file /t/f 1.po2, its exit status is 0"},
+        {"limit", endedBy(job_end_t::timeLimit, crashed(ONE)),
+         "put_ring.1: the prover reached the time limit"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.label);
+        const auto use = [&](Watch& watch) {
+            watch.driverBegins(driverOf("quick", 6));
+            watch.jobEnded(row.job);
+        };
+        EXPECT_EQ(linesOf(settings(), use),
+                  row.line.empty() ? ""
+                                   : "mechtool play: smt/quick: " + row.line +
+                                         ", after 0.25 s; by hand: /bin/writer -o '/t/f 1.po2' && "
+                                         "./prover '$x' | /bin/reader\n");
+        watch_settings_t quiet = settings();
+        quiet.quiet = true;
+        EXPECT_EQ(linesOf(quiet, use), "");
+    }
+    const std::string lines = linesOf(settings(), [](Watch& watch) {
+        watch.driverBegins(driverOf("a\nb", 6, true));
+        job_ended_t job = crashed(ONE);
+        job.writer.signal = SIGKILL;
+        watch.jobEnded(job);
+    });
+    EXPECT_EQ(lines, "mechtool play: smt/a\\nb: put_ring.1: the writer was ended by SIGKILL; the "
+                     "prover was ended by SIGSEGV, after 0.25 s; by hand: /bin/writer -o '/t/f "
+                     "1.po2'; ./prover '$x' < '/t/f 1.po2' | /bin/reader\n");
+}
+
+TEST_F(WatchTest, TheJournalHoldsALineAJobAfterATornOne)
+{
+    watch_settings_t journaling = settings();
+    journaling.quiet = true;
+    journaling.journal = QString::fromStdString(dir.write("journal", "{\"version\":1,\"ti"));
+    linesOf(journaling, [](Watch& watch) {
+        watch.driverBegins(driverOf("quick", 6));
+        job_ended_t job = jobOf(TWO, "Proved -");
+        job.writer = {};
+        job.writer.error = EACCES;
+        job.prover.processorSeconds = 1.5;
+        job.prover.peakKiB = 4096;
+        job.prover.status = 3;
+        watch.jobEnded(job);
+        watch.jobEnded(crashed(ONE));
+    });
+    const QRegularExpression time(QStringLiteral("\"time\":\"[0-9]{4}-[-0-9T:.]{18}Z\","));
+    EXPECT_EQ(QString::fromStdString(test::contentOf(dir.path("journal"))).remove(time),
+              QStringLiteral("{\"version\":1,\"ti\n"
+                             R"({"component":"comp","driver":"quick","end":"read",)"
+                             R"("goals":["put_ring.2","a\\x1b[2J.1"],"mechanism":"smt",)"
+                             R"("prover":{"memory":4096,"seconds":1.5,"status":3},)"
+                             R"("reader":{"seconds":0,"status":0},"seconds":0.25,)"
+                             R"("verdicts":["Proved",null],"version":1,)"
+                             R"("writer":{"error":"Permission denied"}})"
+                             "\n"
+                             R"({"component":"comp","driver":"quick","end":"prover crashed",)"
+                             R"("goals":["put_ring.1"],"mechanism":"smt",)"
+                             R"("prover":{"seconds":0,"signal":"SIGSEGV"},)"
+                             R"("reader":{"seconds":0,"status":0},"seconds":0.25,"verdicts":[],)"
+                             R"("version":1,"writer":{"seconds":0,"status":0}})"
+                             "\n"));
+}
+
+TEST_F(WatchTest, AJournalThatCannotBeWrittenIsSaidOnceAndTheLossAtTheEnd)
+{
+    const struct {
+        const char* label;
+        QString file;
+        std::string reason;
+    } rows[] = {
+        {"full disk", QStringLiteral("/dev/full"), "No space left on device"},
+        {"removed", path("gone"), "the file was removed"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.label);
+        watch_settings_t journaling = settings();
+        journaling.quiet = true;
+        journaling.journal = row.file;
+        const std::string lines = linesOf(journaling, [&](Watch& watch) {
+            ::unlink(dir.path("gone").c_str());
+            watch.driverBegins(driverOf("quick", 6));
+            for (int i = 0; i < 3; ++i) {
+                watch.jobEnded(jobOf(ONE, "Proved"));
+            }
+            watch.end();
+            EXPECT_EQ(watch.goalsDone(), 1U);
+        });
+        const std::string name = "mechtool play: the journal " + row.file.toStdString();
+        EXPECT_EQ(lines, name + " cannot be written: " + row.reason +
+                             ": the play goes on without\n" + name + " lacks 3 lines\n");
+    }
+    watch_settings_t impossible = settings();
+    impossible.journal = path("");
+    EXPECT_THROW(Watch{impossible}, CannotAnswer);
+    impossible.journal = QString();
+    impossible.keepFailed = QString::fromStdString(dir.write("file", "")) + QStringLiteral("/x");
+    EXPECT_THROW(Watch{impossible}, CannotAnswer);
+}
+
+/// What a program prints; "?" before it when it failed.
+std::string outputOf(const std::string& command)
+{
+    std::FILE* pipe = ::popen(("cd / && " + command + " 2>/dev/null").c_str(), "r");
+    std::string output;
+    char block[256];
+    while (std::fgets(block, sizeof block, pipe) != nullptr) {
+        output += block;
+    }
+    return (::pclose(pipe) == 0 ? "" : "?") + output;
+}
+
+TEST_F(WatchTest, WhatIsKeptOfAFailedJobRunsOnItsOwnCopy)
+{
+    // An earlier run's folder, and a link out of the folder, in the way of the names.
+    ::mkdir(dir.path("kept").c_str(), 0700);
+    ::mkdir(dir.path("other").c_str(), 0700);
+    ::mkdir(dir.path("kept/_._smt_q__1_put_ring.1").c_str(), 0700);
+    ASSERT_EQ(::symlink("../other", dir.path("kept/_._smt_q__1_put_ring.1-2").c_str()), 0);
+    watch_settings_t keeping = settings();
+    keeping.quiet = true;
+    keeping.keepFailed = path("kept");
+    driver_begins_t driver = driverOf("q/\xc3\xa9"
+                                      "1",
+                                      6, true);
+    driver.mechanism = QStringLiteral("../smt");
+    job_ended_t job = crashed(ONE);
+    job.secondaryFile = path("it's.po2");
+    job.errorOutput = QByteArray("what \xff went wrong\n");
+    job.writerCommand = {
+        QString::fromStdString(dir.script("write", "echo written >\"$1\"; echo noise")),
+        {job.secondaryFile}};
+    job.proverCommand = {QString::fromStdString(dir.script("prove", "cat - \"$1\"; echo \"$2\"")),
+                         {job.secondaryFile, QStringLiteral("$HOME '\n")}};
+    job.readerCommand = {QStringLiteral("/bin/cat"), {}};
+    linesOf(keeping, [&](Watch& watch) {
+        watch.driverBegins(driver);
+        dir.write("it's.po2", "kept\n");
+        watch.jobEnded(job);
+        ::unlink(dir.path("it's.po2").c_str());
+        job.hasSecondaryFile = false;
+        watch.jobEnded(job);
+        watch.jobEnded(jobOf(ONE, "Proved"));
+    });
+    const std::string folder = dir.path("kept/_._smt_q__1_put_ring.1");
+    EXPECT_EQ(test::contentOf(folder + "-3/errors.txt"), "what \xff went wrong\n");
+    EXPECT_EQ(outputOf(folder + "-3/run.sh"), "kept\nkept\n$HOME '\n\n");
+    EXPECT_EQ(outputOf(folder + "-4/run.sh"), "written\nwritten\n$HOME '\n\n");
+    EXPECT_FALSE(test::exists(dir.path("it's.po2")));
+    EXPECT_FALSE(test::exists(folder + "-5"));
+    EXPECT_FALSE(test::exists(folder + "/run.sh"));
+    EXPECT_FALSE(test::exists(dir.path("other/run.sh")));
+
+    const std::string lines = linesOf(keeping, [&](Watch& watch) {
+        outputOf("rm -r " + dir.path("kept"));
+        watch.driverBegins(driver);
+        watch.jobEnded(job);
+        watch.jobEnded(job);
+    });
+    EXPECT_EQ(lines, "mechtool play: a failed job cannot be kept in " + dir.path("kept") +
+                         ": No such file or directory: the play goes on\n");
+}
+
+TEST_F(WatchTest, GoalsCountOnceAMechanismAndOnceADriver)
+{
+    linesOf(settings(), [](Watch& watch) {
+        const auto play = [&watch](const char* driver, const job_ended_t& job) {
+            watch.driverBegins(driverOf(driver, job.goals.size()));
+            watch.jobEnded(job);
+        };
+        play("quick", jobOf(FIVE, "Proved Disproved Unknown - Proved"));
+        play("slow", jobOf(TWO, "Proved Proved"));
+        play("slow", crashed(ONE));
+        play("quick", jobOf(ONE, "Unknown"));
+        EXPECT_EQ(watch.goalsAll(), 6U);
+        EXPECT_EQ(watch.goalsDone(), 6U);
+        driver_begins_t other = driverOf("quick", 1);
+        other.mechanism = QStringLiteral("sat");
+        watch.driverBegins(other);
+        watch.jobEnded(jobOf(ONE, "Proved"));
+        EXPECT_EQ(watch.goalsAll(), 12U);
+        EXPECT_EQ(watch.goalsDone(), 7U);
+
+        std::string table;
+        for (const tally_t& tally : watch.tallies()) {
+            table += tally.mechanism.toStdString() + "/" + tally.driver.toStdString();
+            for (const std::size_t count :
+                 {tally.run, tally.proved, tally.refuted, tally.unknown, tally.failed}) {
+                table += " " + std::to_string(count);
+            }
+            table += "\n";
+        }
+        EXPECT_EQ(table, "smt/quick 6 2 1 2 1\nsmt/slow 2 2 0 0 1\nsat/quick 1 1 0 0 0\n");
+    });
+}
+
+TEST_F(WatchTest, OffATerminalPlainLinesComeNowAndThen)
+{
+    using namespace std::chrono_literals;
+    const struct {
+        const char* label;
+        progress_mode_t mode;
+        bool quiet;
+        std::chrono::milliseconds period;
+        int least;
+        int most;
+    } rows[] = {
+        {"now and then", progress_mode_t::automatic, false, 50ms, 2, 5},
+        {"a short play", progress_mode_t::automatic, false, 30s, 0, 0},
+        {"a short play, always", progress_mode_t::always, false, 30s, 1, 1},
+        {"never", progress_mode_t::never, false, 50ms, 0, 0},
+        {"quiet", progress_mode_t::always, true, 50ms, 0, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.label);
+        watch_settings_t plain = settings();
+        plain.progress = row.mode;
+        plain.quiet = row.quiet;
+        plain.plainPeriod = row.period;
+        std::istringstream lines(linesOf(plain, [](Watch& watch) {
+            watch.driverBegins(driverOf("quick", 6));
+            watch.jobEnded(jobOf(ONE, "Proved"));
+            std::this_thread::sleep_for(250ms);
+        }));
+        int count = 0;
+        for (std::string line; std::getline(lines, line); ++count) {
+            EXPECT_EQ(line.rfind("mechtool play: 1/6 goals, 1 proved, smt/quick", 0), 0U) << line;
+        }
+        EXPECT_GE(count, row.least);
+        EXPECT_LE(count, row.most);
+    }
+}
+
+TEST_F(WatchTest, AJobThatRunsFarBeyondItsTimeoutIsReportedOnce)
+{
+    watch_settings_t impatient = settings();
+    impatient.slow = 0.05;
+    impatient.plainPeriod = std::chrono::milliseconds(20); // which is how often it looks
+    impatient.progress = progress_mode_t::never;
+    const std::string lines = linesOf(impatient, [](Watch& watch) {
+        driver_begins_t driver = driverOf("quick", 6);
+        driver.timeout = 2;
+        watch.driverBegins(driver);
+        watch.jobBegins({7, FIVE});
+        watch.jobBegins({8, ONE});
+        watch.jobEnded(jobOf(ONE, "Proved", 8));
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    });
+    EXPECT_EQ(lines.rfind("mechtool play: smt/quick: put_ring.1, put_ring.2, put_ring.3 and 2 "
+                          "more: has run for 0.1",
+                          0),
+              0U)
+        << lines;
+    EXPECT_EQ(lines.find('\n'), lines.size() - 1) << lines;
+}
+
+/// Runs `work` on four threads, which are numbered.
+void inFour(const std::function<void(std::size_t)>& work)
+{
+    std::vector<std::thread> workers;
+    for (std::size_t i = 0; i < 4; ++i) {
+        workers.emplace_back(work, i);
+    }
+    for (std::thread& worker : workers) {
+        worker.join();
+    }
+}
+
+/// What a terminal shows: enough of one for carriage returns, line ends and erasing.
+struct Screen {
+    std::vector<std::string> rows = {""};
+    std::size_t column = 0;
+    std::size_t widest = 0;
+    int returns = 0; ///< to the begin of the last row, without a line end
+
+    void take(const std::string& text)
+    {
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            std::string& row = rows.back();
+            if (text[i] == '\r') {
+                column = 0;
+                returns += text[i + 1] == '\n' ? 0 : 1;
+            } else if (text[i] == '\n') {
+                rows.emplace_back();
+            } else if (text.compare(i, 3, "\x1b[K") == 0) {
+                row.resize(column);
+                i += 2;
+            } else {
+                row.resize(std::max(row.size(), column + 1));
+                row[column++] = text[i];
+                if (row.rfind("mechtool", 0) != 0) {
+                    widest = std::max(widest, column);
+                }
+            }
+        }
+    }
+};
+
+TEST_F(WatchTest, OnATerminalOneLineIsRedrawnBelowWholeLinesAndGoneAtTheEnd)
+{
+    ::setenv("TERM", "xterm", 1);
+    for (const unsigned short columns : std::initializer_list<unsigned short>{40, 80}) {
+        SCOPED_TRACE(columns);
+        int master = -1;
+        int slave = -1;
+        const winsize size = {24, columns, 0, 0};
+        ASSERT_EQ(::openpty(&master, &slave, nullptr, nullptr, &size), 0);
+        std::string text;
+        std::thread terminal([&] {
+            char block[4096];
+            for (ssize_t count; (count = ::read(master, block, sizeof block)) > 0;) {
+                text.append(block, static_cast<std::size_t>(count));
+            }
+        });
+        {
+            const ErrorStream stream(slave);
+            ::close(slave);
+            Watch watch(settings());
+            watch.setComponent(component());
+            watch.driverBegins(driverOf("quick", 6));
+            watch.jobBegins({0, ONE});
+            for (int i = 0; i < 60; ++i) {
+                watch.jobEnded(i % 20 == 7 ? crashed(TWO, 1) : jobOf(TWO, "Proved Proved", 1));
+                writeLog("mechtool log\n");
+                std::cerr << "mechtool "
+                          << "err" << i << std::endl;
+                std::this_thread::sleep_for(std::chrono::milliseconds(25));
+            }
+            watch.end();
+            std::cerr << "mechtool end" << std::endl;
+            watch.end();
+        }
+        terminal.join();
+        ::close(master);
+        Screen screen;
+        screen.take(text);
+        EXPECT_LT(screen.widest, columns);
+        EXPECT_GE(screen.widest, columns / 2U);
+        EXPECT_GE(screen.returns, 10);
+        EXPECT_NE(text.find("2/6"), std::string::npos);
+        EXPECT_EQ(text.find("put_ring.1 runs 1.") != std::string::npos, columns == 80) << text;
+        ASSERT_GT(screen.rows.size(), 2U);
+        EXPECT_EQ(screen.rows.back(), "");
+        EXPECT_EQ(screen.rows[screen.rows.size() - 2], "mechtool end");
+        screen.rows.pop_back();
+        EXPECT_EQ(screen.rows.size(), 60U * 2 + 3 + 1);
+        for (const std::string& row : screen.rows) {
+            EXPECT_EQ(row.rfind("mechtool ", 0), 0U) << row;
+            EXPECT_EQ(row.find("mechtool ", 1), std::string::npos) << row;
+        }
+    }
+    ::setenv("TERM", "dumb", 1);
+}
+
+TEST_F(WatchTest, AnErrorStreamThatNobodyReadsHoldsNobody)
+{
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(::pipe(ends), 0);
+    {
+        const ErrorStream stream(ends[1]);
+        ::close(ends[1]);
+        Watch watch(settings());
+        watch.setComponent(component());
+        watch.driverBegins(driverOf("quick", 6));
+        inFour([&watch](std::size_t worker) {
+            for (int k = 0; k < 3000; ++k) {
+                watch.jobBegins({worker, ONE});
+                watch.jobEnded(crashed(ONE, worker));
+            }
+        });
+        EXPECT_EQ(watch.tallies().at(0).failed, 12000U);
+        watch.end();
+    }
+    ::close(ends[0]); // which lets the thread of the line go
+}
+
+TEST_F(WatchTest, ManyWorkersWriteWholeLines)
+{
+    watch_settings_t busy = settings();
+    busy.journal = path("journal");
+    busy.keepFailed = path("kept");
+    busy.plainPeriod = std::chrono::milliseconds(1);
+    std::istringstream lines(linesOf(busy, [](Watch& watch) {
+        watch.driverBegins(driverOf("quick", 6));
+        inFour([&watch](std::size_t worker) {
+            for (int k = 0; k < 50; ++k) {
+                watch.jobBegins({worker, TWO});
+                watch.jobEnded(k % 2 == 0 ? jobOf(TWO, "Proved Proved", worker)
+                                          : crashed(TWO, worker));
+                writeLog("mechtool log\n");
+            }
+        });
+        EXPECT_EQ(watch.goalsDone(), 2U);
+        EXPECT_EQ(watch.tallies().at(0).run, 200U);
+    }));
+    int failed = 0;
+    int logged = 0;
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_EQ(line.rfind("mechtool ", 0), 0U) << line;
+        failed += line.find("SIGSEGV") != std::string::npos ? 1 : 0;
+        logged += line == "mechtool log" ? 1 : 0;
+    }
+    EXPECT_EQ(failed, 100);
+    EXPECT_EQ(logged, 200);
+    std::istringstream journal(test::contentOf(dir.path("journal")));
+    int entries = 0;
+    for (std::string line; std::getline(journal, line); ++entries) {
+        EXPECT_TRUE(QJsonDocument::fromJson(QByteArray::fromStdString(line)).isObject()) << line;
+    }
+    EXPECT_EQ(entries, 200);
+    EXPECT_EQ(outputOf("ls " + dir.path("kept") + " | wc -l"), "100\n");
+}
+
+} // namespace
