@@ -214,9 +214,12 @@ int keepIn(const Descriptor& folder, bool isFed, const QStringList& goals, const
             return error;
         }
     }
-    const int error = makeFileOf(folder, "errors.txt", 0666, job.errorOutput);
-    return error != 0 ? error
-                      : makeFileOf(folder, "run.sh", 0777, scriptOf(job, isFed, goals, kept));
+    const QByteArray script = scriptOf(job, isFed, goals, kept);
+    int error = makeFileOf(folder, "errors.txt", 0666, job.errorOutput);
+    if (error == 0 && !script.isEmpty()) {
+        error = makeFileOf(folder, "run.sh", 0777, script);
+    }
+    return error;
 }
 
 } // namespace
@@ -269,9 +272,16 @@ QString commandOf(const job_ended_t& job, bool isFed)
     const auto words = [](const tool_command_t& tool) {
         return wordsOf(tool, programForShell(tool.program), quotedForShell);
     };
+    if (job.writerCommand.program.isEmpty()) {
+        return {};
+    }
+    const QString writer = words(job.writerCommand);
+    if (job.proverCommand.program.isEmpty()) {
+        return writer;
+    }
     // The prover has its turn whatever the writer's exit status.
     const bool writes = job.writer.signal == 0 && job.writer.status == 0;
-    return words(job.writerCommand) + (writes ? QStringLiteral(" && ") : QStringLiteral("; ")) +
+    return writer + (writes ? QStringLiteral(" && ") : QStringLiteral("; ")) +
            words(job.proverCommand) +
            (isFed ? QStringLiteral(" < ") + quotedForShell(job.secondaryFile) : QString()) +
            QStringLiteral(" | ") + words(job.readerCommand);
@@ -280,31 +290,35 @@ QString commandOf(const job_ended_t& job, bool isFed)
 QByteArray scriptOf(const job_ended_t& job, bool isFed, const QStringList& goals,
                     const QString& kept)
 {
+    if (job.proverCommand.program.isEmpty()) {
+        return {};
+    }
     const QString file = QStringLiteral("\"$here\"/") +
                          quotedForScript(kept.isNull() ? keptName(job.secondaryFile) : kept);
-    const auto words = [&](const tool_command_t& tool) {
-        const QString program = QDir::current().absoluteFilePath(tool.program);
-        return wordsOf(tool, program, [&](const QString& word) {
-            QStringList pieces;
-            for (const QString& piece : word.split(job.secondaryFile)) {
-                pieces << (piece.isEmpty() ? QString() : quotedForScript(piece));
-            }
-            const QString quoted = pieces.join(file);
-            return quoted.isEmpty() ? quotedForScript(quoted) : quoted;
-        });
+    const auto quoted = [&](const QString& word) {
+        QStringList pieces;
+        for (const QString& piece : word.split(job.secondaryFile)) {
+            pieces << (piece.isEmpty() ? QString() : quotedForScript(piece));
+        }
+        const QString text = pieces.join(file);
+        return text.isEmpty() ? quotedForScript(text) : text;
     };
-    const QString writer = words(job.writerCommand) + QStringLiteral(" </dev/null >&2\n");
-    return QStringLiteral("#!/bin/sh\n"
-                          "# Runs the job on %1 again; its reader's output is the answer.\n"
-                          "here=$(CDPATH= cd -- \"$(dirname -- \"$0\")\" && pwd) || exit\n"
-                          "cd -- %2 2>/dev/null || cd -- \"$here\" || exit\n")
-               .arg(fewGoals(goals), quotedForScript(QDir::currentPath()))
-               .toUtf8() +
-           (kept.isNull() ? writer : QString()).toUtf8() +
-           (words(job.proverCommand) + QStringLiteral(" <") +
-            (isFed ? file : QStringLiteral("/dev/null")) + QStringLiteral(" |\n    ") +
-            words(job.readerCommand) + QLatin1Char('\n'))
-               .toUtf8();
+    const auto words = [&](const tool_command_t& tool) {
+        return wordsOf(tool, QDir::current().absoluteFilePath(tool.program), quoted);
+    };
+    QString script =
+        QStringLiteral("#!/bin/sh\n"
+                       "# Runs the job on %1 again, and prints what its reader prints.\n"
+                       "here=$(CDPATH= cd -- \"$(dirname -- \"$0\")\" && pwd) || exit\n"
+                       "cd -- %2 2>/dev/null || cd -- \"$here\" || exit\n")
+            .arg(fewGoals(goals), quotedForScript(QDir::currentPath()));
+    if (kept.isNull()) {
+        script += words(job.writerCommand) + QStringLiteral(" </dev/null >&2\n");
+    }
+    script += words(job.proverCommand) + QStringLiteral(" <") +
+              (isFed ? file : QStringLiteral("/dev/null")) + QStringLiteral(" |\n    ") +
+              words(job.readerCommand) + QLatin1Char('\n');
+    return script.toUtf8();
 }
 
 KeptJobs::KeptJobs(const QString& path)

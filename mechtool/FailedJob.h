@@ -28,12 +28,13 @@ constexpr int NAMED_GOALS = 3;
 QString fewGoals(const QStringList& goals, std::size_t all);
 QString fewGoals(const QStringList& goals);
 
-/// A job's tools as a shell takes them. `isFed`: the prover gets the secondary file on its standard
-/// input.
+/// A job's tools as a shell takes them, as far as they had their turn. `isFed`: the prover gets the
+/// secondary file on its standard input.
 QString commandOf(const job_ended_t& job, bool isFed);
 
 /// A script that runs a job from the folder in which the script stands, on the secondary file
-/// `kept` there. Without a kept file (null) the writer makes one first.
+/// `kept` there. Without a kept file (null) the writer makes one first. Empty when the prover never
+/// had its turn.
 QByteArray scriptOf(const job_ended_t& job, bool isFed, const QStringList& goals,
                     const QString& kept);
 

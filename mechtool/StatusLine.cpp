@@ -89,6 +89,7 @@ public:
     /// Without a thread there is no line, and the streams are written directly.
     void begin(const std::shared_ptr<Writer>& self)
     {
+        const std::lock_guard<std::mutex> lock(mutex);
         thread = withoutSignals([self] {
             self->run();
         });

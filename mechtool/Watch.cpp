@@ -141,10 +141,11 @@ void Watch::State::report(const driver_begins_t& of, const job_ended_t& job,
         say(keptJobs->keep(of, names, job));
     }
     if (!settings.quiet) {
-        say(QStringLiteral("%1/%2: %3: %4, after %5; by hand: ")
+        const QString command = commandOf(job, of.fedByFile);
+        say(QStringLiteral("%1/%2: %3: %4, after %5")
                 .arg(shown(of.mechanism), shown(of.driver), fewGoals(names), failure,
                      duration(job.wallSeconds)) +
-            commandOf(job, of.fedByFile));
+            (command.isEmpty() ? command : QStringLiteral("; by hand: ") + command));
     }
 }
 

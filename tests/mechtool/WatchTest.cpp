@@ -191,10 +191,15 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
         job_ended_t job = crashed(ONE);
         job.writer.signal = SIGKILL;
         watch.jobEnded(job);
+        job_ended_t left = endedBy(job_end_t::leftFile, job_ended_t{0, ONE});
+        left.secondaryFile = QStringLiteral("f");
+        watch.jobEnded(left);
     });
     EXPECT_EQ(lines, "mechtool play: smt/a\\nb: put_ring.1: the writer was ended by SIGKILL; the "
                      "prover was ended by SIGSEGV, after 0.25 s; by hand: /bin/writer -o '/t/f "
-                     "1.po2'; ./prover '$x' < '/t/f 1.po2' | /bin/reader\n");
+                     "1.po2'; ./prover '$x' < '/t/f 1.po2' | /bin/reader\n"
+                     "mechtool play: smt/a\\nb: put_ring.1: f, left by an earlier run, cannot be "
+                     "removed, after 0.00 s\n");
 }
 
 TEST_F(WatchTest, TheJournalHoldsALineAJobAfterATornOne)
