@@ -245,6 +245,7 @@ Watch::~Watch()
 void Watch::setComponent(const component_t& component)
 {
     state->component = component.name;
+    state->obligations.clear();
     for (const obligation_t& obligation : component.obligations) {
         state->obligations << shown(obligation.name);
     }

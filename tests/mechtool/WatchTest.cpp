@@ -289,14 +289,12 @@ TEST_F(WatchTest, WhatIsKeptOfAFailedJobRunsOnItsOwnCopy)
     // An earlier run's folder, and a link out of the folder, in the way of the names.
     ::mkdir(dir.path("kept").c_str(), 0700);
     ::mkdir(dir.path("other").c_str(), 0700);
-    ::mkdir(dir.path("kept/_._smt_q__1_put_ring.1").c_str(), 0700);
-    ASSERT_EQ(::symlink("../other", dir.path("kept/_._smt_q__1_put_ring.1-2").c_str()), 0);
+    ::mkdir(dir.path("kept/_._smt_q__._put_ring.1").c_str(), 0700);
+    ASSERT_EQ(::symlink("../other", dir.path("kept/_._smt_q__._put_ring.1-2").c_str()), 0);
     watch_settings_t keeping = settings();
     keeping.quiet = true;
     keeping.keepFailed = path("kept");
-    driver_begins_t driver = driverOf("q/\xc3\xa9"
-                                      "1",
-                                      6, true);
+    driver_begins_t driver = driverOf("q/\xc3\xa9.", 6, true);
     driver.mechanism = QStringLiteral("../smt");
     job_ended_t job = crashed(ONE);
     job.secondaryFile = path("it's.po2");
@@ -316,7 +314,7 @@ TEST_F(WatchTest, WhatIsKeptOfAFailedJobRunsOnItsOwnCopy)
         watch.jobEnded(job);
         watch.jobEnded(jobOf(ONE, "Proved"));
     });
-    const std::string folder = dir.path("kept/_._smt_q__1_put_ring.1");
+    const std::string folder = dir.path("kept/_._smt_q__._put_ring.1");
     EXPECT_EQ(test::contentOf(folder + "-3/errors.txt"), "what \xff went wrong\n");
     EXPECT_EQ(outputOf(folder + "-3/run.sh"), "kept\nkept\n$HOME '\n\n");
     EXPECT_EQ(outputOf(folder + "-4/run.sh"), "written\nwritten\n$HOME '\n\n");
@@ -379,7 +377,7 @@ TEST_F(WatchTest, OffATerminalPlainLinesComeNowAndThen)
         int least;
         int most;
     } rows[] = {
-        {"now and then", progress_mode_t::automatic, false, 50ms, 2, 5},
+        {"now and then", progress_mode_t::automatic, false, 50ms, 1, 5},
         {"a short play", progress_mode_t::automatic, false, 30s, 0, 0},
         {"a short play, always", progress_mode_t::always, false, 30s, 1, 1},
         {"never", progress_mode_t::never, false, 50ms, 0, 0},
@@ -421,7 +419,7 @@ TEST_F(WatchTest, AJobThatRunsFarBeyondItsTimeoutIsReportedOnce)
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
     });
     EXPECT_EQ(lines.rfind("mechtool play: smt/quick: put_ring.1, put_ring.2, put_ring.3 and 2 "
-                          "more: has run for 0.1",
+                          "more: has run for 0.",
                           0),
               0U)
         << lines;
@@ -513,11 +511,10 @@ TEST_F(WatchTest, OnATerminalOneLineIsRedrawnBelowWholeLinesAndGoneAtTheEnd)
         EXPECT_GE(screen.returns, 10);
         EXPECT_NE(text.find("2/6"), std::string::npos);
         EXPECT_EQ(text.find("put_ring.1 runs 1.") != std::string::npos, columns == 80) << text;
-        ASSERT_GT(screen.rows.size(), 2U);
+        ASSERT_EQ(screen.rows.size(), 60U * 2 + 3 + 2);
         EXPECT_EQ(screen.rows.back(), "");
-        EXPECT_EQ(screen.rows[screen.rows.size() - 2], "mechtool end");
         screen.rows.pop_back();
-        EXPECT_EQ(screen.rows.size(), 60U * 2 + 3 + 1);
+        EXPECT_EQ(screen.rows.back(), "mechtool end");
         for (const std::string& row : screen.rows) {
             EXPECT_EQ(row.rfind("mechtool ", 0), 0U) << row;
             EXPECT_EQ(row.find("mechtool ", 1), std::string::npos) << row;
