@@ -97,7 +97,8 @@ public:
     int start(const Arguments& arguments, const Streams& streams, pid_t group) noexcept;
 
     /// Limits the address space of the child, and of what it starts from now on, to `bytes`. A
-    /// tighter limit that it has stays.
+    /// tighter limit that it has stays. What the child has started in the moment since its own
+    /// start has no limit.
     void limitMemory(std::uint64_t bytes) const noexcept;
 
     bool isRunning() const
