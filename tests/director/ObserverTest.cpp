@@ -133,7 +133,7 @@ TEST_F(Observed, EachEndOfAJobHasItsRecord)
         std::getline(lines, body);
         settings.keepErrorOutput = body == "keep";
         settings.timeLimit = std::chrono::milliseconds(body == "time" ? 200 : 0);
-        settings.memoryLimit = body == "memory" ? 256 << 20 : 0;
+        settings.memoryLimit = body == "memory" ? 1 << 30 : 0;
         const std::string file = dir.path("comp_mech_D1.po2");
         if (input.find("in the way") == 0) {
             std::filesystem::create_directory(file);
