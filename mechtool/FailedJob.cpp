@@ -275,7 +275,7 @@ QString commandOf(const job_ended_t& job, bool isFed)
     if (job.writerCommand.program.isEmpty()) {
         return {};
     }
-    const QString writer = words(job.writerCommand);
+    QString writer = words(job.writerCommand);
     if (job.proverCommand.program.isEmpty()) {
         return writer;
     }

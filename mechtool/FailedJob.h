@@ -45,7 +45,7 @@ class KeptJobs
 {
 public:
     /// Makes the folder when it is not there. Throws CannotAnswer when it cannot be written.
-    explicit KeptJobs(const QString& folder);
+    explicit KeptJobs(const QString& path);
 
     /// Keeps a job. Returns what is to be said: null, unless this is the first that cannot be kept.
     QString keep(const driver_begins_t& driver, const QStringList& goals, const job_ended_t& job);

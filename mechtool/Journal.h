@@ -26,7 +26,7 @@ class Journal
 {
 public:
     /// Makes the file when it is not there. Throws CannotAnswer when it cannot be written.
-    explicit Journal(QString file);
+    explicit Journal(QString path);
 
     /// Appends a line, in one piece. Where an earlier line has no end, it gets one first. Returns
     /// what is to be said: null, unless this is the first line that is lost.

@@ -236,6 +236,12 @@ TEST_F(WatchTest, TheJournalHoldsALineAJobAfterATornOne)
                              "\n"));
 }
 
+std::string lossLines(const std::string& journal, const std::string& reason)
+{
+    return journal + " cannot be written: " + reason + ": the play goes on without\n" + journal +
+           " lacks 3 lines\n";
+}
+
 TEST_F(WatchTest, AJournalThatCannotBeWrittenIsSaidOnceAndTheLossAtTheEnd)
 {
     const struct {
@@ -260,9 +266,8 @@ TEST_F(WatchTest, AJournalThatCannotBeWrittenIsSaidOnceAndTheLossAtTheEnd)
             watch.end();
             EXPECT_EQ(watch.goalsDone(), 1U);
         });
-        const std::string name = "mechtool play: the journal " + row.file.toStdString();
-        EXPECT_EQ(lines, name + " cannot be written: " + row.reason +
-                             ": the play goes on without\n" + name + " lacks 3 lines\n");
+        EXPECT_EQ(lines,
+                  lossLines("mechtool play: the journal " + row.file.toStdString(), row.reason));
     }
     watch_settings_t impossible = settings();
     impossible.journal = path("");
