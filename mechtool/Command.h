@@ -28,7 +28,7 @@ public:
 };
 
 /// One command. `run` gets the words after the command's name.
-struct Command {
+struct command_t {
     const char* name;
     const char* summary; ///< a line of the list of commands
     answer_t (*run)(const QStringList& words);

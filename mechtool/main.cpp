@@ -16,7 +16,7 @@
 namespace
 {
 
-const Command COMMANDS[] = {
+const command_t COMMANDS[] = {
     {"play", "run mechanisms on every open goal", runPlay},
     {"replay", "confirm that the recorded verdicts still hold", runReplay},
     {"model", "run one goal and print its counter-example", runModel},
@@ -31,7 +31,7 @@ const Command COMMANDS[] = {
 QString listOfCommands()
 {
     Table table({QString(), QString()});
-    for (const Command& command : COMMANDS) {
+    for (const command_t& command : COMMANDS) {
         table.row({QString::fromUtf8(command.name), QString::fromUtf8(command.summary)});
     }
     return QStringLiteral("Usage: mechtool COMMAND [options] [files]\n\n"
@@ -41,9 +41,9 @@ QString listOfCommands()
                           "Exit status: 0 yes or done, 1 the answer is no, 2 no answer.\n");
 }
 
-const Command* commandNamed(const QString& name)
+const command_t* commandNamed(const QString& name)
 {
-    for (const Command& command : COMMANDS) {
+    for (const command_t& command : COMMANDS) {
         if (name == QLatin1String(command.name)) {
             return &command;
         }
@@ -86,7 +86,7 @@ answer_t runWithoutCommand(const QString& word)
 
 /// Runs the command, or what there is to do without one; its answer is lost when it cannot be
 /// printed.
-answer_t run(const Command* command, const QStringList& words)
+answer_t run(const command_t* command, const QStringList& words)
 {
     try {
         const answer_t answer =
@@ -115,7 +115,7 @@ int main(int argc, char** argv)
     if (words.size() == 2 && words.first() == QLatin1String("help")) {
         words = QStringList{words.last(), QStringLiteral("--help")};
     }
-    const Command* command = commandNamed(words.value(0));
+    const command_t* command = commandNamed(words.value(0));
     // The help of a command begins with these words.
     std::string title = command == nullptr ? "mechtool" : std::string("mechtool ") + command->name;
     char* titles[] = {title.data(), nullptr};
