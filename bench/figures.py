@@ -2,12 +2,14 @@
 
 import contextlib
 import os
+import pty
 import re
 import shutil
 import statistics
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 
 from component import Component, SolverComponent, build_tools, write
@@ -38,6 +40,7 @@ class Bench:
 
     def __init__(self, binary, folder, rounds, huge):
         self.binary = binary
+        self.mechtool = os.path.join(os.path.dirname(os.path.dirname(binary)), "mechtool", "mechtool")
         self.folder = folder
         self.rounds = rounds
         self.huge = huge
@@ -104,6 +107,26 @@ class Bench:
             if not idle:
                 self.check(component, pos)
         return measured
+
+    def play(self, component, text, watched=()):
+        """Wall time of a first play by mechtool over a POS file of this text. Its standard error is a
+        terminal, on which nobody types."""
+        terminal, line = pty.openpty()
+        reading = threading.Thread(target=drain, args=(terminal,))
+        reading.start()
+        with self.fresh() as folder:
+            pos = write(os.path.join(folder, "component.pos"), text)
+            command = [self.mechtool, "play", "-m", component.mechanism, "-s", pos,
+                       "-p", component.pog, "-d", os.path.join(folder, "files"), "-j2",
+                       *(word.format(folder=folder) for word in watched or ["--quiet"])]
+            seconds = self.timed(command, stderr=line, env={**os.environ, "TERM": "xterm"})
+            with open(pos, encoding="utf-8") as file:
+                if re.search('<Mechanism [^>]*status="Unproved"', file.read()):
+                    sys.exit("bench/run: a goal has no verdict after a play")
+        os.close(line)
+        reading.join()
+        os.close(terminal)
+        return seconds
 
     @staticmethod
     def check(component, pos):
@@ -188,6 +211,31 @@ class Bench:
         return {f"workers_{count}": ([results[index] for results in rounds], "s")
                 for index, count in enumerate(counts)}
 
+    def watched(self):
+        """What progress, journal and limits add to a job."""
+        component = self.component(1000, 1000)
+        everything = ["--progress=always", "--journal={folder}/journal", "--time-limit=1000",
+                      "--memory-limit=4096"]
+        rounds = self.in_turns(lambda: self.play(component, component.text, everything),
+                               lambda: self.play(component, component.text))
+        return {"watched": ([ours / plain for ours, plain in rounds], "")}
+
+    def idle(self):
+        """mechtool against mechrun over 20,000 goals of which none is to be run."""
+        component = self.component(20000, 200)
+        component.idle_text = component.idle_text.replace('"Unproved"', '"Proved"')
+        rounds = self.in_turns(lambda: self.play(component, component.idle_text),
+                               lambda: self.mechrun(component, 2, idle=True))
+        return {"idle_20000": ([ours / theirs for ours, theirs in rounds], "")}
+
+
+def drain(terminal):
+    """Reads what comes until nobody has the other end any more."""
+    with contextlib.suppress(OSError):
+        while os.read(terminal, 65536):
+            pass
+
 
 FIGURES = {"vs_xargs": Bench.vs_xargs, "vs_parallel": Bench.vs_parallel, "solver": Bench.solver,
-           "growth": Bench.growth, "wide": Bench.wide, "workers": Bench.workers}
+           "growth": Bench.growth, "wide": Bench.wide, "workers": Bench.workers,
+           "watched": Bench.watched, "idle": Bench.idle}
