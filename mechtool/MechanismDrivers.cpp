@@ -6,8 +6,6 @@
 
 #include <QFileInfo>
 
-#include <utility>
-
 namespace
 {
 
@@ -48,7 +46,7 @@ const std::optional<QStringList>& MechanismDrivers::driversOf(const QString& mec
         if (!folder.isEmpty() && whyWithout(mechanism).isNull()) {
             names = namesOfDrivers(loadMechanism(fileOf(mechanism)));
         }
-        place = drivers.insert(mechanism, std::move(names));
+        place = drivers.insert(mechanism, names);
     }
     return *place;
 }

@@ -47,6 +47,7 @@ protected:
     void writeMechanism(const std::string& file, const std::vector<std::string>& drivers)
     {
         std::vector<test::Driver> made;
+        made.reserve(drivers.size());
         for (const std::string& name : drivers) {
             made.push_back({name});
         }
@@ -54,6 +55,7 @@ protected:
     }
 };
 
+// NOLINTBEGIN(bugprone-suspicious-missing-comma): long texts take several lines
 TEST_F(Check, EveryFaultOfAGoalIsNamed)
 {
     const std::string words = "is not one of Unproved, Proved, UnreliablyProved, Disproved";
@@ -116,6 +118,7 @@ TEST_F(Check, EveryFaultOfAGoalIsNamed)
         expectFindings(withGoal(row.goal), row.findings);
     }
 }
+// NOLINTEND(bugprone-suspicious-missing-comma)
 
 TEST_F(Check, AFileThatIsNoneIsAFindingAndOneThatCannotBeReadNoAnswer)
 {

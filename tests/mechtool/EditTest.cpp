@@ -25,6 +25,7 @@ protected:
     void play(const std::string& trust, const std::vector<std::string>& verdicts)
     {
         std::vector<test::Driver> drivers;
+        drivers.reserve(verdicts.size());
         for (const std::string& verdict : verdicts) {
             drivers.push_back(
                 test::driverSaying(dir, "D" + std::to_string(drivers.size() + 1), verdict));
@@ -41,7 +42,7 @@ protected:
     outcome_t runOn(const std::string& text, const std::string& words, bool mayChange)
     {
         dir.write("c.pos", text);
-        const outcome_t outcome = run(words);
+        outcome_t outcome = run(words);
         EXPECT_EQ(contentOf(dir.path("c.pos")) == text, !mayChange);
         for (const auto& entry : std::filesystem::directory_iterator(dir.path())) {
             const std::string name = entry.path().filename().string();
