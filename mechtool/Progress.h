@@ -10,7 +10,7 @@
 
 /// Names in it are as they are shown.
 struct progress_t {
-    std::size_t done = 0; ///< goals
+    std::size_t done = 0; ///< goals of the driver
     std::size_t all = 0;
     std::optional<double> secondsLeft = {};
     std::size_t proved = 0;

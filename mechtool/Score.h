@@ -50,6 +50,16 @@ public:
         return found;
     }
 
+    /// Goals of the current driver: those to run, and those whose job has ended.
+    std::size_t goalsOfDriver() const
+    {
+        return expected;
+    }
+    std::size_t goalsEnded() const
+    {
+        return driverEnded;
+    }
+
     /// Jobs that have ended, those that failed in something, and the goals of the former, each once
     /// a run.
     struct runs_t {

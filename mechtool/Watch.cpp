@@ -159,8 +159,9 @@ void Watch::State::look(time_point_t time)
     looked = time;
     seen = runs;
     const Score::goals_t& goals = score.goals();
-    progress.done = goals.done;
-    progress.all = goals.all;
+    // Those of the driver: over all drivers nobody knows how many runs there will be.
+    progress.done = score.goalsEnded();
+    progress.all = score.goalsOfDriver();
     progress.proved = goals.proved;
     progress.refuted = goals.refuted;
     progress.failed = runs.failed;
