@@ -2,27 +2,17 @@
 
 // Files of the system that close themselves.
 
-#include <cerrno>
 #include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
 
-/// An open file, closed at the end; negative when opening it failed. No child inherits it, if it
-/// was opened so. It is never one of the three standard streams, even when those of this process
-/// are closed: giving a child its streams one after the other would overwrite it.
+/// Owns an open file and closes it in the end. The number is negative when opening the file failed.
+/// It is never that of a standard stream: prepareProcess() of base/Process.h has opened all three.
 class Descriptor
 {
 public:
-    explicit Descriptor(int number = -1) : fd(number)
-    {
-        if (fd >= 0 && fd <= STDERR_FILENO) {
-            fd = ::fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-            const int error = errno;
-            ::close(number);
-            errno = error;
-        }
-    }
+    explicit Descriptor(int number = -1) : fd(number) {}
     ~Descriptor()
     {
         close();
@@ -56,7 +46,7 @@ private:
     int fd;
 };
 
-/// A pipe of which no child inherits an end.
+/// A pipe. No child inherits an end of it.
 struct Pipe {
     Descriptor toRead;
     Descriptor toWrite;
@@ -70,7 +60,7 @@ struct Pipe {
         }
         toRead = Descriptor(ends[0]);
         toWrite = Descriptor(ends[1]);
-        return isOpen();
+        return true;
     }
     bool isOpen() const
     {

@@ -36,10 +36,7 @@ void resetSignals()
 
 void useUtf8Everywhere()
 {
-    QTextCodec* const utf8 = QTextCodec::codecForName("UTF-8");
-    if (QTextCodec::codecForLocale() != utf8) {
-        QTextCodec::setCodecForLocale(utf8);
-    }
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
 }
 
 void prepareProcess()

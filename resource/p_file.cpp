@@ -117,7 +117,7 @@ T_resource_line* T_resource_file::load()
     }
     forget_items();
     read_lines(stream, static_cast<std::size_t>(status.st_size));
-    if (std::fclose(stream) != 0) {
+    if (std::fclose(stream) != 0) { // some file servers have something to say only here
         report("Can not close file:", get_name());
     }
     return first_line();
@@ -187,9 +187,7 @@ void T_resource_file::save() const
     if (written && !closed) {
         report("Can not close file:", get_name());
     }
-    if (written && closed) {
-        unfinished.erase(stamp_of(get_name()));
-    } else {
+    if (!written || !closed) {
         unfinished.insert(stamp_of(get_name()));
     }
 }
@@ -205,8 +203,7 @@ void T_resource_file::move_to_backup() const
 bool T_resource_file::write_lines(FILE* stream) const
 {
     for (const T_resource_line* line = first_line(); line != nullptr; line = line->get_next()) {
-        const int count = std::fprintf(stream, "%s\n", line->get_value().get_text());
-        if (count < 0 || static_cast<std::uint64_t>(count) != line->get_value().get_length() + 1) {
+        if (std::fprintf(stream, "%s\n", line->get_value().get_text()) < 0) {
             report("Can not write in file:", get_name());
             return false;
         }

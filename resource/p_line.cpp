@@ -15,16 +15,15 @@ T_resource_line::~T_resource_line()
 {
     // 1. A comment loses its line, and its life if the line was all that held it.
     detach_comment();
-    // 2. An identifier goes, and takes the other lines of its definition along. When this is the
-    //    line it points at, it first moves to the one before, if the definition reaches so far.
+    // 2. An identifier goes, and takes the other lines of its definition along, from the line that
+    //    it points at back to the first. When it points at this line, the one before takes over.
     T_resource_ident* const ident = get_ident();
     if (ident == nullptr) {
         return;
     }
     item = nullptr;
     if (ident->get_line() == this) {
-        T_resource_line* const before = get_previous();
-        ident->set_line(before && before->get_item() == ident ? before : nullptr);
+        ident->set_line(get_previous());
     }
     ident->get_tool()->delete_ident(ident);
 }
