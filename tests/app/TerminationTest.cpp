@@ -1,4 +1,5 @@
 #include "app/Termination.h"
+#include "director/ProofDirector.h"
 
 #include <gtest/gtest.h>
 
@@ -20,11 +21,8 @@ TEST(Termination, OnceTheSignalIsHandledTheStatusIsOne)
                 installTermination();
                 signalled ? ::raise(SIGTERM) : 0; // its thread has hardly begun
                 const int status = statusAtEnd(EXIT_SUCCESS);
-                if (!signalled) {
-                    ::kill(::getpid(), SIGTERM); // too late to be heard
-                    ::usleep(1000);
-                }
-                ::_exit(status);
+                // Another signal would come too late, and so its handler must not run.
+                ::_exit(std::signal(SIGTERM, SIG_DFL) == SIG_IGN ? status : 2);
             }
             int status = 0;
             ::waitpid(child, &status, 0);
@@ -32,6 +30,15 @@ TEST(Termination, OnceTheSignalIsHandledTheStatusIsOne)
             ASSERT_EQ(WEXITSTATUS(status), signalled ? 1 : 0);
         }
     }
+}
+
+TEST(Termination, NothingIsStoppedOnceItIsDeleted)
+{
+    setDirector(
+        std::make_unique<ProofDirector>("c", "m.xml", "", "", "", false, 1, 0, "", "", false));
+    EXPECT_NE(director, nullptr);
+    deleteDirector();
+    EXPECT_EQ(director, nullptr);
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <filesystem>
 
+#include <grp.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -59,8 +60,8 @@ TEST(ReplaceFile, WritesEveryPieceAndKeepsLinksModeAndOwner)
     std::filesystem::create_symlink("folder/" + name, dir.path("first"));
     std::filesystem::create_symlink("first", dir.path("é"));
     const struct stat before = statusOf(path);
-    std::vector<QByteArray> pieces = {QByteArray()};
-    std::string expected;
+    std::vector<QByteArray> pieces = {"first", QByteArray()};
+    std::string expected = "first";
     for (int index = 0; index < 5000; ++index) { // several batches of buffers
         pieces.push_back(QByteArray::number(index) + QByteArray(index % 7 * 100, 'x'));
         expected += pieces.back().toStdString();
@@ -73,6 +74,19 @@ TEST(ReplaceFile, WritesEveryPieceAndKeepsLinksModeAndOwner)
     EXPECT_EQ(after.st_mode, before.st_mode);
     EXPECT_EQ(after.st_uid, before.st_uid);
     EXPECT_EQ(after.st_gid, before.st_gid);
+    if (::geteuid() == 0) { // who does not own the file may keep its group still
+        const gid_t group = 4242;
+        EXPECT_EQ(::chown(path.c_str(), 0, group) + ::chmod(path.c_str(), 0666), 0);
+        EXPECT_EQ(::setgroups(1, &group) + ::seteuid(NOBODY), 0);
+        EXPECT_EQ(replace(path, {"new"}), 0);
+        EXPECT_EQ(::seteuid(0) + ::setgroups(0, nullptr), 0);
+        EXPECT_EQ(statusOf(path).st_uid, NOBODY);
+        EXPECT_EQ(statusOf(path).st_gid, group);
+    }
+    std::filesystem::create_symlink("\xE9/c", dir.path("odd")); // no UTF-8: unknown to Qt
+    dir.write("\xE9/c", "old");
+    EXPECT_EQ(replace(dir.path("odd"), {"new"}), 0);
+    EXPECT_EQ(test::contentOf(dir.path("\xE9/c")), "new");
     EXPECT_EQ(test::openFiles(), open);
 }
 

@@ -181,9 +181,10 @@ TEST_F(Run, ResourcesAndBareNamesLocateTools)
 {
     dir.script("writer", "while [ \"$1\" != -o ]; do shift; done; : > \"$2\"");
     dir.script("cat", "echo Disproved"); // this one, never that of PATH
-    dir.write("first", "ORN*Proof*Reader: /bin/false\n");
-    dir.write("rc", "ORN*Proof*Reader: /bin//cat\n");
-    component({{"D1", "", {"writer"}, {"cat"}, {"/nowhere", "resource='Any*Reader'"}}},
+    dir.write("first", "ORN*Proof*Reader: /bin/false\nORN*Proof*P: /bin/false\n");
+    dir.write("rc", "ORN*Proof*Reader: /bin//cat\n"); // in the place of the first
+    const test::Tool reader = {"/nowhere", "resource='Any*Reader'"};
+    component({{"D1", "", {"writer"}, {"cat", "resource='P'"}, reader}},
               "Unproved/Unproved/Proved");
     EXPECT_EQ(run(FILES + "-r first --resources rc -m mechs/mech.xml").err, "");
     EXPECT_EQ(statuses(), "Disproved/Disproved/Disproved");
@@ -294,12 +295,16 @@ TEST_F(Run, AStopSavesAtOnceAlthoughAStartDoesNotEnd)
 TEST_F(Run, StandardStreamsThatAreClosedHarmNothing)
 {
     test::Driver driver = test::driverSaying(dir, "D1", "Proved");
-    driver.prover.path = dir.script("bin/complaining", "cat; echo a complaint >&2");
+    driver.prover.path = dir.script("bin/complaining", "echo a complaint >&2 && cat");
     component({driver}, "Unproved/Unproved/Proved");
     // A file that took the place of one would get the report, a reader the complaints of its
     // prover.
     EXPECT_EQ(run(FILES + "-m mechs/mech.xml <&- >&- 2>&-").status, 0);
     EXPECT_EQ(statuses(), "Proved/Proved/Proved");
+    // The pipe that wakes the thread of a stop would get the report, too.
+    dir.script("bin/complaining", "kill $PPID; exec sleep 9");
+    component({driver}, "Unproved/Unproved/Proved");
+    EXPECT_EQ(run(FILES + "-m mechs/mech.xml <&- >&- 2>&-").status, 1);
 }
 
 TEST_F(Run, AStreamThatNobodyReadsEndsNothingAndKeepsNoStopFromSaving)

@@ -64,7 +64,8 @@ TEST(Mechanism, ADefinedResourceWinsOverThePath)
     const test::TempDir dir;
     const std::string resources = dir.write("resources", "ORN*Proof*Solver: /opt//bin/./Lösung/\n"
                                                          "ORN*Other*Elsewhere: /other\n"
-                                                         "ORN*Proof*Empty: \\\n\n");
+                                                         "ORN*Proof*Empty: \\\n\n"
+                                                         "ORN*Proof*: /of/no/name\n");
     init_resource_manager();
     load_resources(resources.c_str(), nullptr, nullptr);
     const char* const rows[][2] = {
@@ -107,8 +108,11 @@ TEST(Mechanism, TheDumpKeepsItsTextWhateverTheStreamIsSetTo)
 {
     const test::TempDir dir;
     dir.script("my tools/é", "");
+    dir.script("\"a b\"", "");
+    std::filesystem::current_path(dir.path());
     test::expectCases("mechanism/golden/dump.txt", [&dir](const std::string& xml) {
         const std::string file = dir.path("m.xml");
+        std::filesystem::remove(file);
         std::filesystem::create_symlink(test::pipeHolding(test::replaced(xml, "DIR", dir.path())),
                                         file);
         mechanism_t mechanism;
@@ -117,7 +121,7 @@ TEST(Mechanism, TheDumpKeepsItsTextWhateverTheStreamIsSetTo)
         EXPECT_FALSE(
             ofFile(QString::fromUtf8("/no/Übung.xml"), mechanism)); // which leaves it alone
         EXPECT_EQ(log.text(), "Cannot open '/no/Übung.xml'.\n");
-        mechanism.drivers[1].group = static_cast<group_t>(3);
+        mechanism.drivers.back().group = static_cast<group_t>(3);
         std::ostringstream stream;
         stream << std::hex << std::setfill('#') << std::setw(40);
         EXPECT_THROW(stream << mechanism, std::out_of_range);

@@ -118,6 +118,9 @@ TEST(Pos, UnproveAndRemovalRewriteWhatTheyMustAndNothingElse)
         EXPECT_EQ(modified, removal && doc.toByteArray() != before);
         return doc.toString(XML_INDENT).toStdString();
     });
+    QDomDocument odd = test::documentOf(goalWith("Proved", "<Mechanism name='&#xD800;'/>"));
+    EXPECT_TRUE(removeMechanism(odd, QString(QChar(0xD800)).toStdString(), modified) && modified)
+        << "a name that UTF-8 has no form for";
     QDomDocument null;
     EXPECT_FALSE(removeMechanism(null, "é", modified));
 }

@@ -3,6 +3,7 @@
 #include "resource/p_api.h"
 #include "resource/p_string.h"
 #include "tests/resource/ResourceChecker.h"
+#include "tests/support/Golden.h"
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>
@@ -38,6 +39,7 @@ protected:
     ~Resources() override
     {
         delete std::exchange(resource_manager, nullptr);
+        EXPECT_EQ(test::openFiles(), open);
     }
 
     static void check()
@@ -78,6 +80,7 @@ protected:
     }
 
     test::TempDir dir;
+    const std::ptrdiff_t open = test::openFiles();
 };
 
 TEST_F(Resources, CProgramsUseTheWholeInterfaceOnceThereIsAManager)
@@ -98,34 +101,15 @@ TEST_F(Resources, CProgramsUseTheWholeInterfaceOnceThereIsAManager)
 
 TEST_F(Resources, LinesAreReadByTheGrammar)
 {
-    const std::string nul(1, '\0');
-    const std::string rows[][2] = {
-        // What is read, and what is printed: errors and resources.
-        {" \tORN.T.K:v \t \nORN*T.L: some value\nXYZ*T*X: v\nORN-T-X: v\nOR\norn*T*X: v\n\n \t\n ! "
-         "ORN*T*X: v\n!\n",
-         "ORN*T*K: v\nORN*T*L: some value\n"},
-        {"ORN*T:x*a*b.c : d:e*f\nORN**: v\n", "ORN*T:x*a*b.c : d:e*f\nORN**: v\n"},
-        {"ORN*T*K:\\x\n\\\n \\\n ORN*T*L: w \nORN*T*M: \\\n \n",
-         "ORN*T*K: ORN*T*L: w\nORN*T*M: \n"},
-        {"ORN*T*K: v \t\\\nw\nORN*T*L: C:\\dir\\\\\n", "ORN*T*K: v\nORN*T*L: C:\\dir\\\n"},
-        {"ORN*T*K: v\r\nORN*T*L: v" + nul + "w\n" + nul + "\nORN*T*M: w",
-         "ORN*T*K: v\r\nORN*T*L: v\n"},
-        // Grouped by tool; the last definition counts, at the first place.
-        {"ORN*T*K: 1\nORN*U*K: 2\nORN*T*L: 3\nORN.T.K: 4\n",
-         "ORN*T*K: 4\nORN*T*L: 3\nORN*U*K: 2\n"},
-        {"ORN*T:v\nORN*T*K v\nORN*T*K: \t \nORN*T*L: v\nORN*T*K: \\\n \\\n",
-         "file:1: Resource syntax error: tool name not found\n"
-         "file:2: Resource syntax error: resource name or colon not found\n"
-         "file:3: Resource syntax error: resource value not found\n"
-         "file:6: Resource syntax error: resource value not found\nORN*T*L: v\n"},
-    };
-    for (const auto& [text, expected] : rows) {
+    // Marks stand for what would not be seen in the file.
+    test::expectCases("resource/golden/grammar.txt", [this](std::string text) {
         delete_all_resources();
-        EXPECT_EQ(printed([this, read = text] {
-                      load(W, read);
-                  }),
-                  expected);
-    }
+        text = test::replaced(test::replaced(text, "TAB", "\t"), "RETURN", "\r");
+        text = test::replaced(test::replaced(text, "BLANK", " "), "NUL", std::string(1, '\0'));
+        return printed([&] {
+            load(W, text.substr(0, text.find("END")));
+        });
+    });
 }
 
 TEST_F(Resources, DefinitionReadLastCountsAndTakesNoneBackWhenItGoes)
@@ -150,17 +134,32 @@ TEST_F(Resources, DefinitionReadLastCountsAndTakesNoneBackWhenItGoes)
         load_resources(name("w"), name("u"), name("e"));
         EXPECT_STREQ(lookup_resource("T", "K"), &read.back());
     }
+    load(W, "ORN*T*W: w\n");
+    load(U, "ORN*T*U: u\n");
+    load(E, "ORN*T*E: e\n");
+    delete_user_resources();
+    EXPECT_EQ(shapeOf(W) + shapeOf(U) + shapeOf(E), "WnoneE");
+    delete_ormalin_resources();
+    EXPECT_EQ(shapeOf(W) + shapeOf(E), "noneE");
 }
 
 TEST_F(Resources, ExplicitFileIsLaidOverTheLinesOfTheOneBefore)
 {
-    load(E, "! one\nORN*T*A: 1\nORN*T*B: \\\n2\nORN*T*C: 3\n");
+    load(E, "ORN*T*A: 1\n! one\nORN*T*B: \\\n2\nORN*T*C: 3\n");
     load(W, "ORN*T*W: w\n");
     load(E, "ORN*T*A: 4\n! two\nORN*T*D: 5\n", "other");
     EXPECT_EQ(shapeOf(E), "A! twoD2C");
     // What is defined again keeps its place.
     EXPECT_EQ(printed(), "ORN*T*A: 4\nORN*T*C: 3\nORN*T*W: w\nORN*T*D: 5\n");
     EXPECT_EQ(resource_manager->get_file(E)->get_name(), std::string("other"));
+    // The line of a number that is there no more is lost: the next line takes its place.
+    delete_resource("T", "D");
+    load(E, "v\nw\nx\ny\nz\n");
+    EXPECT_EQ(shapeOf(E), "vyz");
+    // A line that was left is read anew: also one that was set, with line ends in it.
+    set_resource("T", "N", "\n v\nw");
+    load(E, "\n");
+    EXPECT_STREQ(lookup_resource("T", "N"), "v");
 }
 
 TEST_F(Resources, FilesThatHoldNothingReadableAreReportedAndSkipped)
@@ -308,6 +307,8 @@ TEST_F(Resources, OfTwoToolsTheFirstIsMeantAndAResourceWithoutLineIsNotDefined)
     auto* const ident = resource_manager->set_tool("T")->set_resource("K", "2", nullptr);
     EXPECT_STREQ(lookup_resource("T", "K"), "1");
     delete_tool_resources("T");
+    EXPECT_EQ(ident->get_tool()->set_resource("K", "3", ident->get_line()), ident);
+    EXPECT_EQ(shapeOf(U), "K");
     ident->get_line()->set_item(nullptr);
     ident->set_line(nullptr);
     EXPECT_EQ(printed([ident] {
