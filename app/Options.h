@@ -15,9 +15,9 @@ struct Options {
     bool xml = false;               ///< -x
 };
 
-/// Reads the options, loading each resource file as it is met, echoes the command line when tracing
-/// and checks that what is needed is there. Prints the help text and ends the process with status 1
-/// when it is not.
+/// Reads the options, loads each resource file as its option comes, logs the command line when
+/// tracing, and checks that the needed options are there. When they are not, it prints the help
+/// text and ends the process with status 1.
 Options readOptions(int argc, char** argv);
 
 /// Prints the help text on standard output and ends the process with status 1.

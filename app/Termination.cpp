@@ -23,7 +23,7 @@ namespace
 {
 
 /// A stop that takes longer than this, in seconds, has met something that blocks for ever, such as
-/// a report that nobody reads; the process then ends without it.
+/// a report that nobody reads; the process then ends before the stop is complete.
 constexpr unsigned int STOP_LIMIT = 30;
 
 /// Guards `director`, and holds its deletion off while it is being stopped.
@@ -63,8 +63,8 @@ void flushReport()
 /// Set by the handler.
 std::atomic<bool> signalCame{false};
 
-/// Waits for the handler. It may well run on this very thread: while the main thread starts a
-/// child, which a file server can hold up, no signal reaches that one.
+/// Waits for the handler, which may well run on this very thread: no signal reaches the main thread
+/// while it starts a child, and a file server can hold such a start up.
 void waitForSignal()
 {
     char byte = 0;
@@ -76,7 +76,7 @@ void waitForSignal()
     }
 }
 
-/// Not deleted by the end of the process, which may come from anywhere.
+/// Never deleted: any thread may end the process.
 std::thread* waiting = nullptr;
 
 /// Wakes the thread. Calls nothing that a handler must not call.
@@ -134,9 +134,9 @@ void installTermination()
 
 int statusAtEnd(int status)
 {
-    std::cout.flush(); // which nobody may read: a signal must still end that
+    std::cout.flush(); // this blocks when nobody reads the report: a signal must still be heard
     std::signal(SIGTERM, SIG_IGN);
     wakeThread();
-    waiting->join(); // which ends the process if a signal has come
+    waiting->join(); // the thread ends the process if a signal has come
     return status;
 }

@@ -23,7 +23,7 @@ void sighandler(int signal);
 /// Starts the thread and installs the handler. To be called once, right after prepareProcess().
 void installTermination();
 
-/// Flushes the report. Returns the status with which the program ends: `status`, or never to return
-/// when a termination signal has come, since the thread then ends the process with status 1. A
-/// signal that comes later is ignored. To be called on the main thread, last of all, once.
+/// Flushes the report and returns `status`, with which the program ends. Does not return when a
+/// termination signal has come: the thread then ends the process with status 1. A signal that comes
+/// later is ignored. To be called on the main thread, last of all, once.
 int statusAtEnd(int status);

@@ -11,8 +11,8 @@ namespace
 constexpr std::size_t MOST_WAITING = 4;
 
 /// A child that is being started holds a copy of every descriptor until its program runs. So a
-/// content can take its room a little longer than until it is closed here; so can a new file that
-/// was given up because it found no room.
+/// content can take up room for a little longer after it was closed here. The same holds for a new
+/// file that was given up because there was no room for it.
 constexpr std::chrono::milliseconds COPIES_GO_WITHIN(200);
 constexpr std::chrono::milliseconds MOMENT(1);
 
@@ -20,13 +20,13 @@ constexpr std::chrono::milliseconds MOMENT(1);
 
 OldContent::~OldContent()
 {
-    if (worker.joinable()) {
+    if (freeing.joinable()) {
         {
             const std::lock_guard<std::mutex> lock(mutex);
             ending = true;
         }
         changed.notify_all();
-        worker.join();
+        freeing.join();
     }
 }
 
@@ -45,7 +45,7 @@ void OldContent::release(bool replaced)
     kept = -1;
     if (replaced) {
         const std::lock_guard<std::mutex> lock(mutex);
-        freed = Clock::now(); // the worker sets it again
+        freed = Clock::now(); // the thread sets it again
     }
 }
 
@@ -66,12 +66,12 @@ bool OldContent::awaitRoom()
     return late;
 }
 
-/// Hands `fd` to the worker; false when there is none to be had, or when it is behind.
+/// Hands `fd` to the thread; false when the thread cannot be started, or is behind.
 bool OldContent::hand(int fd)
 {
     try {
-        if (!worker.joinable()) {
-            worker = std::thread(&OldContent::work, this);
+        if (!freeing.joinable()) {
+            freeing = std::thread(&OldContent::work, this);
         }
         const std::lock_guard<std::mutex> lock(mutex);
         if (released.size() >= MOST_WAITING) {

@@ -10,11 +10,11 @@
 
 #include <QString>
 
-/// Whoever replaces a file frees the old content, which can take longer than all the rest of the
-/// replacement: blocks on their way to the disk are waited for, and some disks are told of every
-/// block that comes free. Kept open, the old content is freed later, by a thread of its own. At
-/// most a few wait for that, so that they cannot fill the disk. The public functions are for one
-/// thread at a time; the end of the object waits for what is left.
+/// Replacing a file frees its old content, which can take longer than all the rest: the system
+/// waits for blocks on their way to the disk, and tells some disks of every block that comes free.
+/// This class keeps the old content open, and a thread of its own frees it later. At most a few
+/// contents wait for that thread, so that they cannot fill the disk. The public functions are for
+/// one thread at a time. The destructor waits until all contents are free.
 class OldContent
 {
 public:
@@ -23,16 +23,16 @@ public:
     OldContent(const OldContent&) = delete;
     OldContent& operator=(const OldContent&) = delete;
 
-    /// Keeps the present content of the file at `path` until release(). Nothing happens when it
+    /// Keeps the present content of the file at `path` until release(). Does nothing when the file
     /// cannot be opened.
     void keep(const QString& path);
 
     /// Gives up what was kept; `replaced` tells whether the file has another content now.
     void release(bool replaced);
 
-    /// For a write that found the disk full, and began right after keep() or the last call: waits
-    /// until all that was given up is free, and a moment longer. Returns whether it had not been
-    /// free for long when the write began, so that another one may find room.
+    /// To be called when a write found the disk full that began right after keep() or after the
+    /// last call: waits until all contents that were given up are free, and a moment longer. True
+    /// when some were still there as that write began, or had just gone: a new try may find room.
     bool awaitRoom();
 
 private:
@@ -43,12 +43,12 @@ private:
 
     int kept = -1;
     Clock::time_point begin; ///< of the present write
-    std::thread worker;      ///< made when it is first needed
+    std::thread freeing;     ///< made when it is first needed
 
     std::mutex mutex;
     std::condition_variable changed;
     // Guarded by `mutex`.
-    std::deque<int> released; ///< given up and not yet free; the worker closes the first
-    Clock::time_point freed;  ///< when that was done last
+    std::deque<int> released; ///< given up and not yet free; the thread closes the first
+    Clock::time_point freed;  ///< when a content was closed last
     bool ending = false;
 };

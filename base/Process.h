@@ -5,10 +5,11 @@
 /// Prepares the process. A program calls this first of all, on its only thread, before anything
 /// else of these libraries or of Qt. Calling it again is harmless. Nothing fails.
 ///
-/// - Standard streams that are closed are opened on the null device: the next file opened, such as
-///   the POS file, would take the place of one, and a report would be written into it.
-/// - The signal mask inherited from whoever started the program is lifted, because its children
-///   would inherit it too, and so is an ignored SIGCHLD, which would hide how they ended.
+/// - Standard streams that are closed are opened on the null device. Otherwise the next file that
+///   is opened, such as the POS file, would take the place of a stream, and the report would be
+///   written into this file.
+/// - No signal stays blocked that was blocked when the program started, because its children would
+///   not get the signal either. SIGCHLD is not ignored, which would hide how the children ended.
 /// - SIGPIPE is ignored: a closed standard output does not end the program.
 /// - File names and texts are UTF-8 whatever the locale: useUtf8Everywhere().
 /// - The seed of Qt's hashes is 0: the order of attributes in a saved file follows from it, and

@@ -4,9 +4,9 @@
 
 #include <chrono>
 
-/// Decides which saves are synced to disk: as many as take no more than a fiftieth of the time. So
-/// where jobs take their time every save is, and where they end faster than the disk can follow the
-/// run does not wait for it. One thread at a time may use it.
+/// Decides which saves are synced to disk: so many that waiting for the disk takes a fiftieth of
+/// the time at most. Where jobs take long, every save is synced. Where jobs end faster than the
+/// disk can follow, the run does not wait for the disk. One thread at a time may use an object.
 class SyncPace
 {
 public:
@@ -29,5 +29,5 @@ private:
     static constexpr int SHARE = 50;
 
     Clock::time_point ended; ///< end of the last synced save
-    Clock::duration cost{0}; ///< what it took
+    Clock::duration cost{0}; ///< how long that save took
 };

@@ -91,7 +91,8 @@ private:
     bool skipped = false;
 };
 
-/// Ends the parse at the first entity that is declared with its text, unless such `are allowed`.
+/// Ends the parse at the first entity that is declared with its text, unless such entities are
+/// allowed.
 class EntityGuard final : public QXmlDeclHandler
 {
 public:
@@ -191,8 +192,8 @@ private:
     QIODevice* file;
 };
 
-/// Opens the file for reading, with O_NONBLOCK as `flags` without waiting for the other end of a
-/// pipe. Returns -1 on failure.
+/// Opens the file for reading; -1 on failure. With O_NONBLOCK as `flags` it does not wait for the
+/// other end of a pipe.
 int openFile(const QString& path, int flags)
 {
     int fd = -1;
@@ -218,7 +219,7 @@ bool isStream(int fd)
     return ::fstat(fd, &status) == 0 && !S_ISREG(status.st_mode);
 }
 
-/// Reads to the end; false when that fails or the end does not come.
+/// Reads to the end; false when reading fails, or when the limit is reached before the end.
 bool readStream(int fd, QByteArray& content)
 {
     std::array<char, 1 << 16> buffer{};
@@ -250,15 +251,16 @@ bool parse(QIODevice& input, QDomDocument& document, bool entitiesAllowed, bool&
     if (!reader.hasSkippedEntity()) {
         return true;
     }
-    // With a reader that is not its own the DOM takes a reference in an attribute for one in the
-    // text, and it would be written where it makes the document malformed. The nesting and the
-    // entities are known to be all right.
+    // Under a reader that is not its own, the DOM takes a reference in an attribute for a reference
+    // in the text, and would later write it where it makes the document malformed. So the DOM reads
+    // the file again with its own reader: by now the nesting and the entities are known to be
+    // right.
     input.seek(0);
     LimitedSource again(&input);
     return document.setContent(&again, false);
 }
 
-/// Whether the entities of the file keep within their limits; says so when they do not.
+/// Whether the entities of the file keep within their limits. Logs a line when they are too large.
 bool hasBoundedEntities(QIODevice& input, const QString& path)
 {
     const LimitedSource source(&input);

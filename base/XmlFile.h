@@ -6,14 +6,16 @@
 #include <QString>
 
 /// Elements nested deeper than this make a document malformed: the DOM is freed and written
-/// recursively, so that a deeper one could exhaust the stack. Real files have about six levels.
+/// recursively, so that a deeper document could exhaust the stack. Real files have about six
+/// levels.
 constexpr int MAX_XML_DEPTH = 1000;
 
 /// Files larger than this (in bytes) are refused like unreadable ones: the parser holds the whole
 /// text in one QString, which ends a little below 2^30 characters.
 constexpr long long MAX_XML_FILE_SIZE = 1LL << 29;
 
-/// What is no regular file (a pipe, say) is held in memory while it is parsed, so only up to here.
+/// A pipe, or whatever else is no regular file, is read up to this size (in bytes): all of it is
+/// held in memory while it is parsed.
 constexpr long long MAX_XML_STREAM_SIZE = 1LL << 26;
 
 /// Reads the regular file at `path` (a plain path in the file system, taken as UTF-8) into
@@ -26,6 +28,7 @@ constexpr long long MAX_XML_STREAM_SIZE = 1LL << 26;
 /// only this is reported: on the log stream.
 bool readXmlFile(const QString& path, QDomDocument& document);
 
-/// The same for a file that may also be a pipe or a device, and is read once, to its end. Waits as
-/// long as a writer keeps it open. Returns false beyond the size limit, and for a directory.
+/// Does the same for a file that may also be a pipe or a device, which is read once, to its end.
+/// Waits as long as a writer keeps the pipe open. Returns false beyond the size limit, and for a
+/// directory.
 bool readXmlFileOrStream(const QString& path, QDomDocument& document);

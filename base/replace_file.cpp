@@ -76,14 +76,14 @@ bool writePieces(int fd, const std::vector<QByteArray>& pieces)
     return writeBuffers(fd, buffers.data(), count);
 }
 
-/// Has what was written accepted by the file system for good: by the disk when `synced`, otherwise
-/// by whoever keeps the file (a server may find only now that it has no room).
+/// Makes sure that what was written stays: waits for the disk when `synced`. Otherwise it only asks
+/// the file system, since a file server may find at this point that it has no room.
 bool settle(int fd, bool synced)
 {
     if (synced) {
         return ::fsync(fd) == 0 || errno == EINVAL; // some file systems have nothing to do here
     }
-    // What a file system has to say at a close it says at that of any descriptor.
+    // A file system reports at the close of any descriptor what it has to report of the file.
     const int copy = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
     return copy >= 0 && ::close(copy) == 0;
 }
@@ -95,9 +95,9 @@ bool takesFiles(const QByteArray& path)
     return ::faccessat(AT_FDCWD, folder.constData(), W_OK | X_OK, AT_EACCESS) == 0;
 }
 
-/// Owner, group and mode of the old file, as far as the system lets them be given away: only root
-/// may change an owner, but the owner may keep the group. The mode comes last, since a change of
-/// owner takes the set-id bits away.
+/// Gives the new file the owner, the group and the mode of the old file, as far as the system
+/// allows: only root may change an owner, but a member of the group may keep the group. The mode
+/// comes last, since a change of owner takes the set-id bits away.
 bool takeOver(int fd, const struct stat& old)
 {
     static_cast<void>(::fchown(fd, old.st_uid, old.st_gid) == 0 ||
@@ -122,8 +122,8 @@ outcome_t putInPlace(QTemporaryFile& file, const QByteArray& path)
     return outcome_t::replaced;
 }
 
-/// The name for the new file beside `path`: the old one's and a random ending. An old name that is
-/// too long for that is cut between two characters.
+/// The name for the new file beside `path`: the old name and a random ending. An old name that is
+/// too long for the ending is cut between two characters.
 QString nameBeside(const QByteArray& path)
 {
     const QString ending = QStringLiteral(".XXXXXX");

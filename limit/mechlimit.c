@@ -42,7 +42,7 @@ typedef struct {
     bool ended;
     int status;      ///< what waitpid tells, once it has ended
     int reason;      ///< the pipe on which it tells why it could not start
-    rlim_t resident; ///< its peak, or that of what it waited for, in bytes; once it has ended
+    rlim_t resident; ///< the peak of it and of each process it waited for, in bytes; in the end
     bool signalled;  ///< a signal was passed on to it
 } Command;
 
@@ -117,7 +117,8 @@ static Limits limitsOf(char* const words[])
     return limits;
 }
 
-/// As a shell looks for it, except that a file which the system refuses is not given to a shell.
+/// Looks for the program as a shell does; but a file that the system refuses is not given to a
+/// shell.
 static void execute(char* const words[])
 {
     if (strchr(words[0], '/') != NULL) {
@@ -145,7 +146,7 @@ static void execute(char* const words[])
     errno = reason;
 }
 
-/// What becomes the command: with the signals as mechlimit found them, and the limit on its memory.
+/// The child becomes the command, with the signals as mechlimit found them and its memory limited.
 _Noreturn static void become(char* const words[], rlim_t bytes, pid_t parent, int reason,
                              const sigset_t* mask, const struct sigaction* onChild)
 {
@@ -188,7 +189,7 @@ static Command start(char* const words[], rlim_t bytes, const sigset_t* watched)
     return command;
 }
 
-/// Reaps all that has ended. How many that were, or -1 when no child is left.
+/// Reaps all that has ended. Returns how many processes that were, or -1 when no child is left.
 static int reap(Command* command)
 {
     struct rusage usage;
@@ -288,7 +289,7 @@ static Outcome watch(Command* command, Limits limits, pid_t parent, const sigset
             return OUT_OF_TIME;
         }
         const int number = nextSignal(watched, end - now < 3600000 ? end - now : 3600000, &info);
-        // What a terminal sends, it sends to the whole group, and so to the command too.
+        // A terminal sends its signals to the whole group, and so to the command, too.
         if (number > 0 && number != SIGCHLD && info.si_code <= 0) {
             command->signalled = true;
             kill(command->pid, number);
@@ -296,7 +297,8 @@ static Outcome watch(Command* command, Limits limits, pid_t parent, const sigset
     }
 }
 
-/// All but those that a process cannot wait for, those of its own faults, and those of job control.
+/// All signals except three kinds: a process cannot wait for some, others tell of its own faults,
+/// and others belong to job control.
 static sigset_t watchedSignals(void)
 {
     const int others[] = {SIGKILL, SIGSTOP, SIGTSTP, SIGTTIN, SIGTTOU, SIGCONT,

@@ -45,8 +45,9 @@ bool checkPath(const QString& path)
     if (path.isEmpty()) {
         return refuse("Empty tool path");
     }
-    // The system is asked directly, with the UTF-8 bytes of the path: Qt would spell it in the
-    // codec of the locale. A text with a NUL inside would name another file.
+    // The system is asked directly, with the UTF-8 bytes of the path: in a program that has not
+    // called useUtf8Everywhere() Qt would take the encoding of the locale. A path with a NUL inside
+    // would name another file.
     const std::string file = path.toStdString();
     struct stat status = {};
     if (path.contains(QChar(QChar::Null)) || ::stat(file.c_str(), &status) != 0) {

@@ -51,7 +51,7 @@ bool locateTool(const QDomElement& element, tool_t& tool, const char* kind)
     return true;
 }
 
-/// A parameter written after an expansion still comes before it.
+/// The tool's own parameters come first, also those that are written after an expansion.
 void readParameters(const QDomElement& element, tool_t& tool, const definitions_t& definitions)
 {
     paramListOfXml(element, tool.parameters);

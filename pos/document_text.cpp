@@ -1,8 +1,8 @@
-// How the pieces come to be the text of the whole: the DOM writes a node in its tree the same
-// whether it is asked for the node or for the document, as long as the node is a child of the
-// document element (that is the depth it assumes for a node of its own). So each child is written
-// by itself, and what stands around the children (declaration, document type, comments, the tags
-// of the document element) is taken from the document while a mark stands in place of all of them.
+// Why the pieces make up the text of the whole: the DOM writes a child of the document element in
+// the same way, whether it writes this child alone or the whole document, since it assumes this
+// depth for a node alone. So each child is written by itself. What stands around the children
+// (declaration, document type, comments, the tags of the document element) is taken from the text
+// of the document while a mark stands in place of all children.
 
 #include "pos/document_text.h"
 #include "pos/pos.h"
@@ -22,7 +22,7 @@ namespace
 {
 
 /// Does something at the end of a scope, also when memory runs out in between: the tree must not
-/// stay the way it is rearranged here.
+/// stay rearranged.
 template <typename Action>
 class finally_t
 {
@@ -39,9 +39,9 @@ private:
     Action action;
 };
 
-/// UTF-8 with its answers for ASCII prepared. The DOM asks the codec about every single character
-/// that it writes whether it can be encoded, and Qt's own codec converts it each time, which takes
-/// a third of the time of a text.
+/// UTF-8 with its answers for ASCII prepared. For every single character that it writes, the DOM
+/// asks the codec whether the character can be encoded. Qt's own codec converts the character each
+/// time, which takes a third of the time that a text takes.
 class PreparedUtf8 final : public QTextCodec
 {
 public:
@@ -53,7 +53,7 @@ public:
     }
     QByteArray name() const override
     {
-        return QByteArrayLiteral("mechrun-prepared-utf-8"); // found under no name of UTF-8
+        return QByteArrayLiteral("mechrun-prepared-utf-8"); // nobody looks for UTF-8 by this name
     }
     int mibEnum() const override
     {
@@ -113,8 +113,7 @@ frame_t frameAround(QDomDocument& document, bool text)
         stream.flush();
         return result;
     };
-    // The mark is where two texts differ: any text that one could search for might stand in a
-    // comment of the head as well.
+    // The mark is where two texts differ: a search for one mark might find a comment of the head.
     const QString one = textAround(QStringLiteral("a"));
     const QString other = textAround(QStringLiteral("b"));
     const auto difference = std::mismatch(one.begin(), one.end(), other.begin()).first;
@@ -224,8 +223,8 @@ void declareUtf8(QDomDocument& document)
         declaration.setData(QStringLiteral("version='1.0' encoding='UTF-8'"));
         return;
     }
-    // As the parser looks for it: what follows the first quote after the word, wherever that
-    // stands, and whether or not the quote is ever closed.
+    // The parser takes for the encoding what follows the first quote after the word, wherever the
+    // word stands, and whether or not the quote is ever closed.
     static const QRegularExpression encoding(
         QStringLiteral("^[^>]*?encoding[^\"'>]*[\"']([^\"'>]*)"));
     const QString before = declaration.target() + QLatin1Char(' ');

@@ -59,10 +59,11 @@ private:
 };
 
 /// Makes the XML declaration of `document` tell the truth: what is written is always UTF-8, so a
-/// declaration that names another encoding is changed to name UTF-8. One that names UTF-8 in
-/// whatever case, or no encoding, is left as it is, and none is added. One that could not be read
-/// back, because a value holds a quote, becomes a plain one. An instruction at the head
-/// whose name only begins like that of the declaration counts too: the parser takes its word.
+/// declaration that names another encoding is changed to name UTF-8. A declaration that names UTF-8
+/// in whatever case, or no encoding, stays as it is. No declaration is added. A declaration that
+/// could not be read back, because a value holds a quote, becomes a plain declaration. The parser
+/// also believes an instruction at the head whose name only begins with "xml", and so such an
+/// instruction is changed, too.
 void declareUtf8(QDomDocument& document);
 
 } // namespace pos

@@ -2,7 +2,7 @@
 
 // How a POS document is walked: obligations, their goals, the mechanisms recorded on a goal, and
 // the drivers recorded under a mechanism. Everything that reads or changes a document finds its
-// elements here, and reads names and statuses here with what an absent one means. Private to the
+// elements here, and learns here what an absent name or an absent status means. Private to the
 // libraries.
 //
 // Children are found by their tag name, in document order; elements of other names are skipped, and
@@ -44,7 +44,7 @@ public:
         }
 
     private:
-        Children& children; ///< which has the element: copies cost as much as steps
+        Children& children; ///< has the current element: a copy of it costs as much as a step
     };
 
     /// `tagName` must outlive the walk: it is one of the constants of the format.

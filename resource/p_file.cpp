@@ -117,7 +117,7 @@ T_resource_line* T_resource_file::load()
     }
     forget_items();
     read_lines(stream, static_cast<std::size_t>(status.st_size));
-    if (std::fclose(stream) != 0) { // some file servers have something to say only here
+    if (std::fclose(stream) != 0) { // where some file servers report what went wrong before
         report("Can not close file:", get_name());
     }
     return first_line();
@@ -157,7 +157,8 @@ void T_resource_file::read_lines(FILE* stream, std::size_t size)
             continue;
         }
         buffer[length] = get_RESOURCE_MARK_ENDLINE();
-        // As get_line finds it, but on from the last one; null for good once the end is reached.
+        // The line that get_line would find, but searched for from the last one on. Once the end is
+        // reached it stays null.
         while (line != nullptr && line->get_number() < number) {
             line = line->get_next();
         }

@@ -27,8 +27,8 @@ enum T_resource_source {
     RESOURCE_SOURCE_EXPLICIT = 2, ///< a file named explicitly
 };
 
-/// Owned by the manager, in the slot of its source; in no list. Owns its lines; they
-/// take the resources that they define along.
+/// Owned by the manager, in the slot of its source; in no list. Owns its lines, which take the
+/// resources that they define along.
 class T_resource_file : public T_resource_item
 {
 public:
@@ -87,7 +87,7 @@ private:
 
     T_resource_string name;
     T_resource_source source;
-    // Below the rest, so that it goes first: a line that goes deletes others from its file.
+    // Declared last, so that it is destroyed first: a line that goes deletes others from its file.
     T_resource_list<T_resource_line> lines;
 };
 

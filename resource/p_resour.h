@@ -61,8 +61,8 @@ public:
     void delete_earlier_lines();
 
     T_resource_comment* first_comment() const;
-    /// Takes over the comments of a pending list, which is empty afterwards. Those it had are left
-    /// to their lines: moving a definition loses no comment of the file it moves away from.
+    /// Takes over the comments of a pending list, which is empty afterwards. The comments that the
+    /// resource had stay with their lines: no file loses a comment when a definition moves away.
     void take_comments(T_resource_list<T_resource_comment>& pending);
 
 private:

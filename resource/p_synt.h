@@ -8,7 +8,7 @@
 
 class T_resource_line;
 
-/// Analyses a freshly loaded file from its first line on, whose lines hold no items yet; a null
+/// Analyses a freshly loaded file, whose lines hold no items yet, from its first line on. A null
 /// line stands for an empty file. Errors are reported line by line on standard error; analysis goes
 /// on after them. Resources that awaited a definition and got none are deleted.
 void syntax_analysis(T_resource_line* line);

@@ -32,11 +32,12 @@ public:
     /// The resource of exactly that name; null when there is none or the name is null.
     T_resource_ident* get_resource(const char* resource) const;
 
-    /// Gives a resource its value. With a line (file analysis), which holds no item or is
-    /// the last of the definition already, the definition moves to that line, and all lines of the
-    /// earlier one are deleted. Without a line it is written into the file that is saved. A
-    /// resource that exists keeps its place in the list. Null, after a report, for one that exists
-    /// and has no line, unless the line given is the definition that it awaits.
+    /// Gives a resource its value. The analysis of a file hands over a line, which holds no item
+    /// or is the last of the definition already: the definition moves to this line, and all lines
+    /// of the earlier definition are deleted. Without a line, the definition is written into the
+    /// file that is saved. A resource that exists keeps its place in the list. A resource that
+    /// exists and has no line is reported, and the result is null, unless the resource awaits a
+    /// definition and a line is given.
     T_resource_ident* set_resource(const char* resource, const char* value, T_resource_line* line);
 
     /// Deletes the resource of that name, if there is one, with its lines.
