@@ -36,6 +36,14 @@ bool Options::read(const QStringList& words)
         fault.chop(fault.endsWith(QLatin1Char('.')) ? 1 : 0);
         throw CannotAnswer(fault + QStringLiteral(": ") + seeHelp());
     }
+    for (const QString& option : parser.optionNames()) {
+        if (parser.values(option).contains(QString())) { // an empty variable of a script, say
+            throw CannotAnswer(
+                QStringLiteral("the value of %1 is empty: %2")
+                    .arg((option.size() > 1 ? QStringLiteral("--") : QStringLiteral("-")) + option,
+                         seeHelp()));
+        }
+    }
     return true;
 }
 

@@ -241,12 +241,15 @@ std::optional<address_t> goalOfName(const component_t& component, const QString&
     if (dot < 0 || !isNumber || number == 0) {
         return {};
     }
+    // What is printed comes first: a name as it stands may look like another one as it is shown.
     const QString wanted = name.left(dot);
-    for (std::size_t i = 0; i < component.obligations.size(); ++i) {
-        const obligation_t& obligation = component.obligations[i];
-        if ((obligation.name == wanted || shown(obligation.name) == wanted) &&
-            number <= obligation.goals.size()) {
-            return address_t(i, number - 1);
+    for (const bool isShown : {true, false}) {
+        for (std::size_t i = 0; i < component.obligations.size(); ++i) {
+            const obligation_t& obligation = component.obligations[i];
+            if ((isShown ? shown(obligation.name) : obligation.name) == wanted &&
+                number <= obligation.goals.size()) {
+                return address_t(i, number - 1);
+            }
         }
     }
     return {};

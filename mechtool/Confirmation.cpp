@@ -4,7 +4,6 @@
 #include "mechtool/FailedJob.h"
 #include "mechtool/Interruption.h"
 #include "mechtool/MechanismFile.h"
-#include "mechtool/TemporaryFolder.h"
 #include "mechtool/Text.h"
 #include "pos/document_text.h"
 #include "pos/walk.h"
@@ -48,8 +47,10 @@ public:
         watch.jobEnded(job);
         const std::lock_guard<std::mutex> lock(mutex);
         for (std::size_t i = 0; i < job.goals.size(); ++i) {
+            // A verdict of a job in which a tool failed is none to rely on.
+            const QString reason = whyNone(job);
             const QString word = job.verdicts.value(static_cast<int>(i));
-            answers[{job.goals[i], driver}] = {word, word.isNull() ? whyNone(job) : QString()};
+            answers[{job.goals[i], driver}] = {reason.isNull() ? word : QString(), reason};
         }
     }
 
@@ -196,29 +197,46 @@ void takeStatuses(const QString& copy, confirmation_t& confirmation)
     }
 }
 
-/// Where a verdict was not asked for, or the analysis of a refutation was left out, the status
-/// cannot follow from the pass alone.
-void keepWhatWasNotAsked(const component_t& component, confirmation_t& confirmation)
+/// The status that verdicts give a mechanism: `proofs` drivers proved the goal; `otherwise` is what
+/// it is without any of them.
+pos::status_t statusByVerdicts(mechanism::trust_t trust, std::size_t proofs, bool refuted,
+                               pos::status_t otherwise)
+{
+    if (refuted) {
+        return pos::DISPROVED;
+    }
+    if (proofs == 0) {
+        return otherwise;
+    }
+    const bool isReliable = trust == mechanism::trust_t::always ||
+                            (trust == mechanism::trust_t::redundancy && proofs > 1);
+    return isReliable ? pos::PROVED : pos::UNRELIABLY_PROVED;
+}
+
+/// Where a verdict was not asked for, the status does not follow from the pass alone: what was not
+/// asked counts as it stands.
+void keepWhatWasNotAsked(const component_t& component, mechanism::trust_t trust,
+                         confirmation_t& confirmation)
 {
     for (auto& [address, goal] : confirmation.goals) {
         const mechanism_record_t* record = recordOf(
             component.obligations[address.first].goals[address.second], confirmation.mechanism);
-        const bool holds = std::all_of(
-            goal.drivers.begin(), goal.drivers.end(), [](const confirmed_driver_t& verdict) {
-                return verdict.after == pos::strOfProofStatus(verdict.before);
-            });
+        std::size_t proofs = 0;
         bool refuted = false;
-        std::size_t verdicts = 0;
+        bool allAsked = true;
         for (const driver_record_t& driver : record->drivers) {
-            verdicts += isVerdict(driver.status, false) ? 1 : 0;
-            const bool asked = std::any_of(goal.drivers.begin(), goal.drivers.end(),
-                                           [&](const confirmed_driver_t& verdict) {
-                                               return verdict.driver == driver.name;
-                                           });
-            refuted = refuted || (driver.status == pos::DISPROVED && !asked);
+            const auto asked = std::find_if(goal.drivers.begin(), goal.drivers.end(),
+                                            [&](const confirmed_driver_t& verdict) {
+                                                return verdict.driver == driver.name;
+                                            });
+            const bool isAsked = asked != goal.drivers.end();
+            const QString word = isAsked ? asked->after : pos::strOfProofStatus(driver.status);
+            proofs += word == pos::ATTR_VALUE_PROVED ? 1 : 0;
+            refuted = refuted || word == pos::ATTR_VALUE_DISPROVED;
+            allAsked = allAsked && (isAsked || !isVerdict(driver.status, false));
         }
-        if (verdicts > goal.drivers.size() && (holds || refuted)) {
-            goal.after = refuted ? pos::DISPROVED : goal.before;
+        if (!allAsked) {
+            goal.after = statusByVerdicts(trust, proofs, refuted, goal.after);
         }
     }
 }
@@ -226,16 +244,17 @@ void keepWhatWasNotAsked(const component_t& component, confirmation_t& confirmat
 } // namespace
 
 confirmation_t confirm(const component_t& component, const QString& file, bool onlyProved,
-                       const play_options_t& options, const TemporaryFolder& folder, Watch& watch)
+                       const play_options_t& options, const QString& folder, Watch& watch)
 {
     const mechanism::mechanism_t mechanism = loadMechanism(file);
     confirmation_t confirmation = scopeOf(component, mechanism, onlyProved, options);
     std::set<question_t> open = questionsOf(confirmation, mechanism);
-    const QString copy = folder.path(QStringLiteral("copy.pos"));
+    const QString copy = folder + QStringLiteral("/copy.pos");
     Witness witness(component, watch);
     for (bool first = true, more = !open.empty(); more; first = false) {
-        writeCopy(component.file, copy, confirmation.mechanism, open);
+        writeCopy(options.pos, copy, confirmation.mechanism, open);
         ProofDirector director(settingsFor(options, file, copy, folder, witness));
+        requireLoaded(director, file);
         Interruption::during(director, [&director] {
             director.replay();
         });
@@ -259,6 +278,6 @@ confirmation_t confirm(const component_t& component, const QString& file, bool o
             }
         }
     }
-    keepWhatWasNotAsked(component, confirmation);
+    keepWhatWasNotAsked(component, mechanism.trust, confirmation);
     return confirmation;
 }

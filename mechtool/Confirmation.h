@@ -33,7 +33,8 @@ struct confirmation_t {
     std::map<address_t, confirmed_goal_t> goals; ///< those with a verdict
 };
 
-/// Confirms the verdicts of the mechanism in `file` on the goals of `component`. `onlyProved`:
-/// refutations are taken as they stand. Throws CannotAnswer.
+/// Confirms the verdicts of the mechanism in `file` on the goals of `component`, which are those in
+/// the POS file of `options`. `onlyProved`: refutations are taken as they stand. `folder` is a
+/// temporary one. Throws CannotAnswer.
 confirmation_t confirm(const component_t& component, const QString& file, bool onlyProved,
-                       const play_options_t& options, const TemporaryFolder& folder, Watch& watch);
+                       const play_options_t& options, const QString& folder, Watch& watch);

@@ -43,8 +43,7 @@ QString failureOfWriter(const job_ended_t& job)
     return job.hasSecondaryFile
                ? QString()
                : QStringLiteral("the writer left no file %1, its exit status is %2")
-                     .arg(shown(job.secondaryFile))
-                     .arg(job.writer.status);
+                     .arg(shown(job.secondaryFile), QString::number(job.writer.status));
 }
 
 /// What the end says; null for one that is no failure.
@@ -269,8 +268,12 @@ QString failureOf(const job_ended_t& job, const std::function<QString(std::size_
 
 QString commandOf(const job_ended_t& job, bool isFed)
 {
-    const auto words = [](const tool_command_t& tool) {
-        return wordsOf(tool, programForShell(tool.program), quotedForShell);
+    // The folder of the file may be gone by then; whoever runs the command has one of his own.
+    const QString file = QLatin1String("./") + job.secondaryFile.section(QLatin1Char('/'), -1);
+    const auto words = [&](const tool_command_t& tool) {
+        return wordsOf(tool, programForShell(tool.program), [&](QString word) {
+            return quotedForShell(word.replace(job.secondaryFile, file));
+        });
     };
     if (job.writerCommand.program.isEmpty()) {
         return {};
@@ -283,7 +286,7 @@ QString commandOf(const job_ended_t& job, bool isFed)
     const bool writes = job.writer.signal == 0 && job.writer.status == 0;
     return writer + (writes ? QStringLiteral(" && ") : QStringLiteral("; ")) +
            words(job.proverCommand) +
-           (isFed ? QStringLiteral(" < ") + quotedForShell(job.secondaryFile) : QString()) +
+           (isFed ? QStringLiteral(" < ") + quotedForShell(file) : QString()) +
            QStringLiteral(" | ") + words(job.readerCommand);
 }
 

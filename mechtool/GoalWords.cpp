@@ -1,9 +1,13 @@
 #include "mechtool/GoalWords.h"
 
+#include "mechtool/Component.h"
 #include "mechtool/Text.h"
+#include "pos/goal_status.h"
 #include "pos/walk.h"
 
 #include <QSet>
+
+#include <stdexcept>
 
 namespace
 {
@@ -131,4 +135,25 @@ QStringList faultsOfWords(const QDomElement& goal)
     }
     findInMechanisms(goal, faults);
     return faults.texts;
+}
+
+QString unknownWordIn(const QDomDocument& document)
+{
+    const QStringList names = obligationNames(document);
+    int obligation = 0;
+    for (const QDomElement& element : pos::obligationsOf(document)) {
+        std::size_t number = 0;
+        for (const QDomElement& goal : pos::goalsOf(element)) {
+            try {
+                pos::expectedStatus(goal);
+                pos::statusOf(goal);
+            } catch (const std::out_of_range&) {
+                return goalName(names.at(obligation), number) + QStringLiteral(": ") +
+                       faultsOfWords(goal).join(QStringLiteral("; "));
+            }
+            ++number;
+        }
+        ++obligation;
+    }
+    return {};
 }

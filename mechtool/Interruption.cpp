@@ -15,6 +15,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace
@@ -34,7 +35,7 @@ std::atomic<int> signalCame{0};
 /// Guards what follows, and holds the end of a director off while it is being stopped.
 std::mutex mutex;
 ProofDirector* playing = nullptr;
-std::function<void(bool)> tellEnd;
+std::function<QString(bool)> tellEnd;
 
 void handle(int signal)
 {
@@ -47,6 +48,18 @@ void handle(int signal)
     if (::write(wakeUp[1], &byte, 1) != 1) {
     }
     errno = error;
+}
+
+/// Writes a line to the standard error, unless nobody reads it.
+void writeLine(const QString& line)
+{
+    constexpr int PATIENCE = 1000; // in milliseconds
+    const QByteArray bytes = line.toUtf8() + '\n';
+    pollfd errors = {STDERR_FILENO, POLLOUT, 0};
+    if (::poll(&errors, 1, PATIENCE) != 1 ||
+        ::write(STDERR_FILENO, bytes.constData(), static_cast<std::size_t>(bytes.size())) < 0) {
+        return; // the exit status still tells
+    }
 }
 
 [[noreturn]] void endAfterSignal(int signal)
@@ -62,8 +75,8 @@ void handle(int signal)
             playing->stop();
             saved = playing->savePosFile();
         }
-        tellEnd(saved);
         TemporaryFolder::removeAll();
+        writeLine(tellEnd(saved));
     } catch (const std::bad_alloc&) {
         std::cerr << "mechtool: out of memory while stopping" << std::endl;
     }
@@ -81,7 +94,7 @@ void waitForSignal()
 
 } // namespace
 
-Interruption::Interruption(std::function<void(bool)> tell)
+Interruption::Interruption(std::function<QString(bool)> tell)
 {
     tellEnd = std::move(tell);
     if (::pipe2(wakeUp, O_CLOEXEC) != 0) {

@@ -7,6 +7,8 @@
 //
 // A SIGHUP that whoever started the program ignores (nohup) stays ignored.
 
+#include <QString>
+
 #include <functional>
 
 class ProofDirector;
@@ -17,9 +19,10 @@ class ProofDirector;
 class Interruption
 {
 public:
-    /// `tell` writes the last lines; `saved` says whether the POS file holds what was done. It is
-    /// called by the thread, once, while the workers have ended or are ending. Throws CannotAnswer.
-    explicit Interruption(std::function<void(bool saved)> tell);
+    /// `tell` ends what else writes to standard error, and gives the last line; `saved` says
+    /// whether the POS file holds what was done. It is called by the thread, once, while the
+    /// workers have ended or are ending.
+    explicit Interruption(std::function<QString(bool saved)> tell);
     ~Interruption();
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;

@@ -211,7 +211,9 @@ QStringList mechanismFiles(const QString& folder)
         failAt(folder, QStringLiteral("there is no such folder: check the path"));
     }
     QStringList files;
-    for (const QString& name : dir.entryList({QStringLiteral("*.xml")}, QDir::Files, QDir::Name)) {
+    for (const QString& name :
+         dir.entryList({QStringLiteral("*.xml")}, QDir::Files | QDir::System | QDir::CaseSensitive,
+                       QDir::Name)) {
         files << folder + QLatin1Char('/') + name;
     }
     if (files.isEmpty()) {

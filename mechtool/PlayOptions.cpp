@@ -1,8 +1,8 @@
 #include "mechtool/PlayOptions.h"
 
 #include "app/Utils.h"
+#include "director/ProofDirector.h"
 #include "mechtool/MechanismFile.h"
-#include "mechtool/TemporaryFolder.h"
 #include "mechtool/Text.h"
 
 #include <QFile>
@@ -118,8 +118,11 @@ void addPlayOptions(Options& options)
     add(names("j", "jobs"), "How many jobs run at once (default: one a processor).", "N");
     add(names("driver"), "Only the driver of this name.", "NAME");
     add(names("fast"), "Only the drivers that are marked fast.");
-    add(names("time-limit"), "Kill a prover, and all it started, after so many seconds.", "S");
-    add(names("memory-limit"), "The address space of each prover, in mebibytes.", "MIB");
+    add(names("time-limit"), "Kill the tools of a job after so many seconds; its goals stay open.",
+        "S");
+    add(names("memory-limit"),
+        "The address space of each prover, in mebibytes; a job that fails under it is lost.",
+        "MIB");
     add(names("journal"), "Append a line of JSON a job to this file.", "FILE");
     add(names("keep-failed"), "Keep what is needed to run a failed job by hand.", "DIR");
     add(names("progress"), "Show progress: auto, always or never.", "WHEN");
@@ -134,7 +137,6 @@ play_options_t playOptionsOf(const Options& options, const QString& command)
     if (made.mechanisms.isEmpty() == made.mechanismDirectory.isEmpty()) {
         throw CannotAnswer(QStringLiteral("give either -m FILE or -M DIR"));
     }
-    checkNames(made.mechanisms);
     made.pos = options.required(QStringLiteral("pos"));
     made.pog = options.required(QStringLiteral("pog"));
     made.directory = options.value(QStringLiteral("directory"));
@@ -154,7 +156,7 @@ play_options_t playOptionsOf(const Options& options, const QString& command)
     return made;
 }
 
-void checkFiles(const play_options_t& options)
+void checkFiles(const play_options_t& options, bool changes)
 {
     QFile pog(options.pog);
     if (QFileInfo(options.pog).isDir() || !pog.open(QIODevice::ReadOnly)) {
@@ -164,6 +166,11 @@ void checkFiles(const play_options_t& options)
                 .arg(shown(options.pog), QFileInfo(options.pog).isDir()
                                              ? QStringLiteral("it is a folder")
                                              : pog.errorString()));
+    }
+    if (changes && ::access(options.pos.toUtf8().constData(), F_OK) == 0 &&
+        ::access(options.pos.toUtf8().constData(), W_OK) != 0) {
+        throw CannotAnswer(QStringLiteral("%1: this file cannot be written: make it writable")
+                               .arg(shown(options.pos)));
     }
     if (!options.directory.isEmpty()) {
         const QFileInfo folder(options.directory);
@@ -181,6 +188,7 @@ void checkFiles(const play_options_t& options)
 
 void checkMechanisms(const play_options_t& options, const component_t& component)
 {
+    checkNames(options.mechanisms);
     bool hasDriver = options.driver.isEmpty();
     for (const QString& file : options.mechanisms) {
         QStringList drivers;
@@ -188,7 +196,9 @@ void checkMechanisms(const play_options_t& options, const component_t& component
             drivers << driver.name;
         }
         hasDriver = hasDriver || drivers.contains(options.driver);
-        warnOfDrivers(component, file, drivers, options.watch.command);
+        if (!options.watch.quiet) {
+            warnOfDrivers(component, file, drivers, options.watch.command);
+        }
     }
     if (!hasDriver) {
         throw CannotAnswer(QStringLiteral("no mechanism has a driver \"%1\": correct --driver")
@@ -196,8 +206,18 @@ void checkMechanisms(const play_options_t& options, const component_t& component
     }
 }
 
+void requireLoaded(const ProofDirector& director, const QString& mechanismFile)
+{
+    if (!director.isLoaded()) {
+        throw CannotAnswer(
+            QStringLiteral("%1: it cannot be read any more, or a tool of it is gone: "
+                           "put it back, and run the same command again")
+                .arg(shown(mechanismFile)));
+    }
+}
+
 ProofDirectorSettings settingsFor(const play_options_t& options, const QString& mechanismFile,
-                                  const QString& pos, const TemporaryFolder& folder,
+                                  const QString& pos, const QString& folder,
                                   ProofDirectorObserver& observer)
 {
     ProofDirectorSettings settings;
@@ -205,8 +225,7 @@ ProofDirectorSettings settingsFor(const play_options_t& options, const QString& 
     settings.mechanismFile = mechanismFile.toStdString();
     settings.posPath = pos.toStdString();
     settings.pogPath = options.pog.toStdString();
-    settings.directory =
-        (options.directory.isEmpty() ? folder.path() : options.directory).toStdString();
+    settings.directory = (options.directory.isEmpty() ? folder : options.directory).toStdString();
     settings.workers = static_cast<unsigned int>(options.jobs);
     settings.onlyDriver = options.driver.toStdString();
     settings.onlyFast = options.fast;

@@ -10,8 +10,7 @@
 #include <QString>
 #include <QStringList>
 
-#include <memory>
-
+class ProofDirector;
 class TemporaryFolder;
 
 struct play_options_t {
@@ -35,16 +34,21 @@ void addPlayOptions(Options& options);
 play_options_t playOptionsOf(const Options& options, const QString& command);
 
 /// Checks what can be known before the first job: the proof obligations are readable, and the
-/// folder for secondary files is one that can be written. Throws CannotAnswer.
-void checkFiles(const play_options_t& options);
+/// folder for secondary files is one that can be written, and so is the POS file when it `changes`.
+/// Throws CannotAnswer.
+void checkFiles(const play_options_t& options, bool changes);
+
+/// Throws CannotAnswer when the director could not read its mechanism, although it could be read
+/// before.
+void requireLoaded(const ProofDirector& director, const QString& mechanismFile);
 
 /// Loads every mechanism, which finds all that is wrong with them and their tools; throws
 /// CannotAnswer then, or when none has the driver that is asked for. Warns on standard error where
 /// the drivers of a mechanism and those that the POS file records differ.
 void checkMechanisms(const play_options_t& options, const component_t& component);
 
-/// The settings of a director that plays `mechanismFile` over `pos`. `folder` is used where no
-/// directory was given.
+/// The settings of a director that plays `mechanismFile` over `pos`. `folder` takes the secondary
+/// files where no directory was given.
 ProofDirectorSettings settingsFor(const play_options_t& options, const QString& mechanismFile,
-                                  const QString& pos, const TemporaryFolder& folder,
+                                  const QString& pos, const QString& folder,
                                   ProofDirectorObserver& observer);

@@ -2,6 +2,7 @@
 
 #include "mechtool/Component.h"
 #include "mechtool/GoalWords.h"
+#include "mechtool/PosLock.h"
 #include "mechtool/SavedDocument.h"
 #include "mechtool/Text.h"
 #include "pos/goal_status.h"
@@ -35,28 +36,6 @@ std::vector<QString> goalRecords(const QDomDocument& document)
     return records;
 }
 
-/// What is wrong on the first goal whose status cannot be told by the rule, after its name.
-QString unknownWordIn(const QDomDocument& document)
-{
-    const QStringList names = obligationNames(document);
-    int obligation = 0;
-    for (const QDomElement& element : pos::obligationsOf(document)) {
-        std::size_t number = 0;
-        for (const QDomElement& goal : pos::goalsOf(element)) {
-            try {
-                pos::expectedStatus(goal);
-                pos::statusOf(goal);
-            } catch (const std::out_of_range&) {
-                return goalName(names.at(obligation), number) + QStringLiteral(": ") +
-                       faultsOfWords(goal).join(QStringLiteral("; "));
-            }
-            ++number;
-        }
-        ++obligation;
-    }
-    return {};
-}
-
 } // namespace
 
 void addEditedFile(Options& options)
@@ -74,6 +53,7 @@ edited_file_t editedFileOf(const Options& options)
 
 void editPosFile(const edited_file_t& file, const std::function<void(QDomDocument&)>& change)
 {
+    const PosLock lock(file.path);
     const file_stamp_t read = stampOf(file.path);
     QDomDocument document = loadDocument(file.path);
     const std::vector<QString> before = goalRecords(document);

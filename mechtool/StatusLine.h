@@ -4,9 +4,10 @@
 //
 // A thread of its own draws the line again and again, and writes whatever is written to std::cerr
 // and std::clog meanwhile: the whole lines, above the line that stands, when it is drawn the next
-// time; without such a line at once. Who writes there only hands the text over, and never waits. When nobody reads the error stream, what is handed over is kept
-// up to a mebibyte; lines beyond that are dropped, and their number is written where they would
-// stand. Part of a line waits for its end.
+// time; without such a line at once. Who writes there only hands the text over, and never waits.
+// When nobody reads the error stream, what is handed over is kept up to a mebibyte; lines beyond
+// that are dropped, and their number is written where they would stand. Part of a line waits for
+// its end.
 //
 // Nothing of the terminal is changed but the line, which never reaches the last column. So a
 // process that is killed leaves the terminal in order.

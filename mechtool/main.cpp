@@ -7,11 +7,13 @@
 
 #include <QCoreApplication>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
+#include <exception>
 #include <iostream>
 #include <new>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace
 {
@@ -58,13 +60,16 @@ void complain(const QString& command, const QString& line)
               << line.toStdString() << std::endl;
 }
 
+/// Whoever started us gave us no standard output: what was printed is lost.
+bool outputIsClosed = false;
+
 /// Ends the output; throws when it did not arrive.
 void flushOutput()
 {
-    if (!std::cout.flush()) {
-        throw CannotAnswer(QStringLiteral("standard output cannot be written: %1: what is missing "
-                                          "of it is lost")
-                               .arg(QString::fromLocal8Bit(std::strerror(errno))));
+    if (!std::cout.flush() || outputIsClosed) {
+        throw CannotAnswer(QStringLiteral("standard output cannot be written, since nobody reads "
+                                          "it, or there is no room: what is "
+                                          "missing of it is lost"));
     }
 }
 
@@ -98,6 +103,10 @@ answer_t run(const command_t* command, const QStringList& words)
         complain(command == nullptr ? QString() : words.first(), QString::fromUtf8(error.what()));
     } catch (const std::bad_alloc&) {
         std::fputs("mechtool: out of memory: the file is too large for this machine\n", stderr);
+    } catch (const std::exception& error) {
+        complain(command == nullptr ? QString() : words.first(),
+                 QStringLiteral("this went wrong: %1: close other programs, and try again")
+                     .arg(shown(QString::fromUtf8(error.what()))));
     }
     return answer_t::none;
 }
@@ -106,7 +115,10 @@ answer_t run(const command_t* command, const QStringList& words)
 
 int main(int argc, char** argv)
 {
+    outputIsClosed = ::fcntl(STDOUT_FILENO, F_GETFD) < 0;
     prepareProcess();
+    // A line about an error must not wait for a standard output that nobody reads.
+    std::cerr.tie(nullptr);
     QStringList words;
     for (int i = 1; i < argc; ++i) {
         words << QString::fromUtf8(argv[i]);

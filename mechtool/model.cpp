@@ -11,8 +11,6 @@
 
 #include <QFile>
 
-#include <iostream>
-
 namespace
 {
 
@@ -116,7 +114,7 @@ answer_t runModel(const QStringList& words)
         throw CannotAnswer(QStringLiteral("one mechanism is asked: give -m FILE, once"));
     }
     const QString wanted = given.required(GOAL);
-    checkFiles(options);
+    checkFiles(options, false);
     loadResources(given);
     const component_t component = readComponent(options.pos);
     const address_t goal = goalNamed(component, wanted);
@@ -126,17 +124,18 @@ answer_t runModel(const QStringList& words)
     watch.setComponent(component);
     const Interruption interruption([&](bool /*saved*/) {
         watch.end();
-        std::cerr << "stopped: the POS file is as it was" << std::endl;
+        return QStringLiteral("stopped: the POS file is as it was");
     });
     const TemporaryFolder folder;
     const QString copy = folder.path(QStringLiteral("copy.pos"));
     copyFile(options.pos, copy);
     Narrator narrator(goalName(component, goal), watch);
     ProofDirectorSettings settings =
-        settingsFor(options, options.mechanisms.first(), copy, folder, narrator);
+        settingsFor(options, options.mechanisms.first(), copy, folder.path(), narrator);
     settings.onlyGoalAt = goal;
     settings.workers = 1;
     ProofDirector director(settings);
+    requireLoaded(director, options.mechanisms.first());
     Interruption::during(director, [&director] {
         director.play();
     });

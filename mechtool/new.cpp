@@ -66,7 +66,8 @@ std::vector<entry_t> readList(const QString& name)
         if (bytes.isEmpty()) {
             break;
         }
-        const QString line = QString::fromUtf8(bytes).trimmed();
+        QString line = QString::fromUtf8(bytes).trimmed();
+        line.remove(0, number == 1 && line.startsWith(QChar(QChar::ByteOrderMark)) ? 1 : 0);
         const QString place = QStringLiteral("%1:%2").arg(shown(name), QString::number(number));
         if (!line.isEmpty() && !line.startsWith(QLatin1Char('!'))) {
             entries.push_back(entryOfLine(line, place));

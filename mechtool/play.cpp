@@ -5,6 +5,7 @@
 #include "mechtool/Interruption.h"
 #include "mechtool/MechanismFile.h"
 #include "mechtool/PlayOptions.h"
+#include "mechtool/PosLock.h"
 #include "mechtool/SavedDocument.h"
 #include "mechtool/TemporaryFolder.h"
 #include "mechtool/Text.h"
@@ -12,6 +13,7 @@
 #include "mechtool/commands.h"
 #include "pos/printmetrics.h"
 
+#include <algorithm>
 #include <iostream>
 #include <optional>
 
@@ -22,13 +24,33 @@ namespace
 
 const QString REPORT = QStringLiteral("report");
 
+/// Whether every goal has a record of the mechanism.
+bool isRecorded(const component_t& component, const QString& mechanism)
+{
+    for (const obligation_t& obligation : component.obligations) {
+        for (const goal_t& goal : obligation.goals) {
+            const bool found = std::any_of(goal.mechanisms.begin(), goal.mechanisms.end(),
+                                           [&](const mechanism_record_t& record) {
+                                               return record.name == mechanism;
+                                           });
+            if (!found) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 /// Plays one mechanism. Throws when what was done could not be saved.
-void playMechanism(const play_options_t& options, const QString& file, bool report,
-                   const TemporaryFolder& folder, Watch& watch)
+void playMechanism(const play_options_t& options, const component_t& component, const QString& file,
+                   bool report, const QString& folder, Watch& watch)
 {
     ProofDirectorSettings settings = settingsFor(options, file, options.pos, folder, watch);
     settings.report = report ? &std::cout : nullptr;
     ProofDirector director(settings);
+    requireLoaded(director, file);
+    const bool registers =
+        !isRecorded(component, QString::fromStdString(director.getMechanismName()));
     if (report) {
         std::cout << "Proving " << settings.component << " with external mechanism "
                   << director.getMechanismName() << std::endl;
@@ -36,10 +58,11 @@ void playMechanism(const play_options_t& options, const QString& file, bool repo
     const std::size_t before = watch.goalsDone();
     Interruption::during(director, [&] {
         director.play();
-        if (watch.goalsDone() != before && !director.savePosFile()) {
-            throw CannotAnswer(QStringLiteral("%1: it cannot be saved: make room, and run the same "
-                                              "command again")
-                                   .arg(shown(options.pos)));
+        if ((registers || watch.goalsDone() != before) && !director.savePosFile()) {
+            throw CannotAnswer(
+                QStringLiteral("%1: it cannot be saved, for the reason above: put it "
+                               "right, and run the same command again")
+                    .arg(shown(options.pos)));
         }
     });
 }
@@ -84,6 +107,15 @@ answer_t conclude(const component_t& component, const std::optional<level_t>& le
                   const Watch& watch)
 {
     print(tableOf(watch.tallies()) + QLatin1Char('\n') + standOf(component));
+    const std::vector<tally_t> tallies = watch.tallies();
+    if (std::any_of(tallies.begin(), tallies.end(), [](const tally_t& tally) {
+            return tally.failed != 0;
+        })) {
+        print(QStringLiteral("Some jobs failed. The same command tries their goals again where no "
+                             "later driver\nhas given up; \"mechtool reset %1 --status Unknown\" "
+                             "opens the others.\n")
+                  .arg(quotedForShell(component.file)));
+    }
     if (!level) {
         return answer_t::yes;
     }
@@ -132,11 +164,12 @@ answer_t runPlay(const QStringList& words)
         options.watch.progress = progress_mode_t::never; // the two would share the terminal
     }
     const std::optional<level_t> level = requiredLevel(given);
-    checkFiles(options);
+    checkFiles(options, true);
     loadResources(given);
     if (!options.mechanismDirectory.isEmpty()) {
         options.mechanisms = mechanismFiles(options.mechanismDirectory);
     }
+    const PosLock lock(options.pos);
     const file_stamp_t read = stampOf(options.pos);
     component_t component = readComponent(options.pos);
     checkMechanisms(options, component);
@@ -146,11 +179,15 @@ answer_t runPlay(const QStringList& words)
     {
         const Interruption interruption([&](bool saved) {
             watch.end();
-            std::cerr << stoppedLine(watch, saved).toStdString() << std::endl;
+            return stoppedLine(watch, saved);
         });
-        const TemporaryFolder folder;
+        std::optional<TemporaryFolder> folder;
+        if (options.directory.isEmpty()) {
+            folder.emplace();
+        }
         for (const QString& file : std::as_const(options.mechanisms)) {
-            playMechanism(options, file, given.has(REPORT), folder, watch);
+            playMechanism(options, component, file, given.has(REPORT),
+                          folder ? folder->path() : QString(), watch);
         }
     }
     watch.end();

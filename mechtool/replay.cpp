@@ -2,9 +2,11 @@
 
 #include "mechtool/Comparison.h"
 #include "mechtool/Confirmation.h"
+#include "mechtool/GoalWords.h"
 #include "mechtool/Interruption.h"
 #include "mechtool/MechanismFile.h"
 #include "mechtool/PlayOptions.h"
+#include "mechtool/PosLock.h"
 #include "mechtool/SavedDocument.h"
 #include "mechtool/TemporaryFolder.h"
 #include "mechtool/Text.h"
@@ -12,8 +14,12 @@
 #include "pos/goal_status.h"
 #include "pos/walk.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
 #include <algorithm>
-#include <iostream>
+#include <optional>
 #include <stdexcept>
 
 namespace
@@ -22,6 +28,8 @@ namespace
 const QString UPDATE = QStringLiteral("update");
 const QString ONLY_PROVED = QStringLiteral("only-proved");
 const QString STRICT = QStringLiteral("strict");
+const QString CHANGED =
+    QStringLiteral(": it has changed since it was read: run the same command again");
 const QString NOT_CONFIRMED = QStringLiteral("not confirmed");
 
 /// How bad a difference is, the worst first.
@@ -139,22 +147,21 @@ void compareGoal(const component_t& component, const address_t& address, QDomEle
                  const std::vector<confirmation_t>& confirmations, findings_t& findings)
 {
     const pos::status_t before = component.obligations[address.first].goals[address.second].status;
-    bool asked = false;
+    // A goal that was played against the analyser's word is judged without it, as `unprove` does.
+    const bool heedsAnalyser = pos::expectedStatus(element) == before ||
+                               pos::expectedStatusWithoutAnalyser(element) != before;
     bool contradicted = false;
     for (const confirmation_t& confirmation : confirmations) {
         const auto found = confirmation.goals.find(address);
         if (found != confirmation.goals.end()) {
-            asked = true;
             findings.changed =
                 merge(element, confirmation.mechanism, found->second) || findings.changed;
             contradicted = contradicted || isContradicted(found->second);
         }
     }
-    if (!asked) {
-        return;
-    }
     const QString name = goalName(component, address);
-    const pos::status_t after = pos::expectedStatus(element);
+    const pos::status_t after =
+        heedsAnalyser ? pos::expectedStatus(element) : pos::expectedStatusWithoutAnalyser(element);
     const bool worse = standsWorse(before, after);
     const bool better = standsBetter(before, after);
     const std::size_t known = findings.differences.size();
@@ -235,6 +242,23 @@ void printFindings(const findings_t& findings)
                    QString::number(findings.better)));
 }
 
+/// Whether a mechanism, or a driver of one, is recorded more than once.
+bool hasTwice(const goal_t& goal)
+{
+    QStringList mechanisms;
+    for (const mechanism_record_t& record : goal.mechanisms) {
+        QStringList drivers;
+        for (const driver_record_t& driver : record.drivers) {
+            drivers << driver.name;
+        }
+        if (drivers.removeDuplicates() != 0) {
+            return true;
+        }
+        mechanisms << record.name;
+    }
+    return mechanisms.removeDuplicates() != 0;
+}
+
 /// The files of the mechanisms to confirm: those given, or those that the POS file records, each
 /// from the folder.
 QStringList filesToConfirm(const play_options_t& options, const component_t& component)
@@ -259,6 +283,10 @@ QStringList filesToConfirm(const play_options_t& options, const component_t& com
             }
         }
         return options.mechanisms;
+    }
+    if (recorded.isEmpty()) {
+        throw CannotAnswer(shown(options.pos) +
+                           QStringLiteral(" records no mechanism: play it first"));
     }
     QStringList files;
     for (const QString& name : std::as_const(recorded)) {
@@ -292,25 +320,77 @@ void addOptions(Options& options)
         {STRICT, QStringLiteral("End with 1 also when only a record is lost.")});
 }
 
-/// Runs everything; ends the process when a signal comes.
-std::vector<confirmation_t> confirmAll(const play_options_t& options, const component_t& component,
-                                       bool onlyProved, Watch& watch)
+/// The view of the POS file, when every goal can be judged: its words are known, and no mechanism
+/// or driver is recorded twice, so that it is clear whose verdict is confirmed.
+component_t componentToConfirm(const QString& pos)
 {
+    const QDomDocument document = loadDocument(pos);
+    component_t component = viewOf(document, pos);
+    QString fault = unknownWordIn(document);
+    for (std::size_t i = 0; fault.isNull() && i < component.obligations.size(); ++i) {
+        const std::vector<goal_t>& goals = component.obligations[i].goals;
+        for (std::size_t j = 0; fault.isNull() && j < goals.size(); ++j) {
+            if (hasTwice(goals[j])) {
+                fault = goalName(component, {i, j}) +
+                        QStringLiteral(": a mechanism or a driver is recorded twice");
+            }
+        }
+    }
+    if (!fault.isNull()) {
+        throw CannotAnswer(
+            QStringLiteral("%1: goal %2: correct it (\"mechtool check\" lists all that "
+                           "is wrong)")
+                .arg(shown(pos), fault));
+    }
+    return component;
+}
+
+/// A copy of the POS file as it was when `read` was taken. It bears the same name.
+QString copyOf(const QString& pos, const file_stamp_t& read, const TemporaryFolder& folder)
+{
+    const QString place = folder.path(QStringLiteral("source"));
+    const QString copy = place + QLatin1Char('/') + QFileInfo(pos).fileName();
+    QFile file(pos);
+    if (!QDir().mkdir(place) || !file.copy(copy)) {
+        throw CannotAnswer(
+            QStringLiteral("%1 cannot be copied to %2: make room there, or set TMPDIR")
+                .arg(shown(pos), shown(place)));
+    }
+    if (stampOf(pos) != read) {
+        throw CannotAnswer(shown(pos) + CHANGED);
+    }
+    return copy;
+}
+
+/// What the drivers say now, and what differs by it.
+struct outcome_t {
+    findings_t findings;
+    QDomDocument document; ///< that of the POS file, with what was found
+};
+
+/// Runs everything on copies; ends the process when a signal comes.
+outcome_t replayCopies(play_options_t options, const component_t& component,
+                       const file_stamp_t& read, bool onlyProved)
+{
+    Watch watch(options.watch);
+    watch.setComponent(component);
     const Interruption interruption([&](bool /*saved*/) {
         watch.end();
-        std::cerr << QStringLiteral("stopped: %1 of %2 goals done; the POS file is as it was")
-                         .arg(watch.goalsDone())
-                         .arg(watch.goalsAll())
-                         .toStdString()
-                  << std::endl;
+        return QStringLiteral("stopped: %1 of %2 goals done; the POS file is as it was")
+            .arg(QString::number(watch.goalsDone()), QString::number(watch.goalsAll()));
     });
     const TemporaryFolder folder;
+    options.pos = copyOf(options.pos, read, folder);
     std::vector<confirmation_t> confirmations;
-    for (const QString& file : options.mechanisms) {
-        confirmations.push_back(confirm(component, file, onlyProved, options, folder, watch));
+    for (const QString& file : std::as_const(options.mechanisms)) {
+        confirmations.push_back(
+            confirm(component, file, onlyProved, options, folder.path(), watch));
     }
     watch.end();
-    return confirmations;
+    outcome_t outcome;
+    outcome.document = loadDocument(options.pos);
+    outcome.findings = compare(component, outcome.document, confirmations);
+    return outcome;
 }
 
 } // namespace
@@ -324,23 +404,26 @@ answer_t runReplay(const QStringList& words)
     }
     given.arguments(0, 0);
     play_options_t options = playOptionsOf(given, QStringLiteral("replay"));
-    checkFiles(options);
+    const bool updates = given.has(UPDATE);
+    checkFiles(options, updates);
     loadResources(given);
+    std::optional<PosLock> lock;
+    if (updates) {
+        lock.emplace(options.pos);
+    }
     const file_stamp_t read = stampOf(options.pos);
-    const component_t component = readComponent(options.pos);
+    const component_t component = componentToConfirm(options.pos);
     options.mechanisms = filesToConfirm(options, component);
     checkMechanisms(options, component);
 
-    Watch watch(options.watch);
-    watch.setComponent(component);
-    const std::vector<confirmation_t> confirmations =
-        confirmAll(options, component, given.has(ONLY_PROVED), watch);
-
-    QDomDocument document = loadDocument(options.pos);
-    const findings_t findings = compare(component, document, confirmations);
+    outcome_t outcome = replayCopies(options, component, read, given.has(ONLY_PROVED));
+    const findings_t& findings = outcome.findings;
     printFindings(findings);
-    if (given.has(UPDATE) && findings.changed) {
-        saveDocument(options.pos, document, read);
+    if (stampOf(options.pos) != read) {
+        throw CannotAnswer(shown(options.pos) + CHANGED);
+    }
+    if (updates && findings.changed) {
+        saveDocument(options.pos, outcome.document, read);
     }
     const bool lostRecord = std::any_of(findings.differences.begin(), findings.differences.end(),
                                         [](const difference_t& difference) {

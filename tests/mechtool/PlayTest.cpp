@@ -216,6 +216,9 @@ TEST_F(Play, AReplayConfirmsEveryVerdictByItself)
          "Disproved/Disproved/Disproved,Unproved"},
         {"proved without a driver", "always", "Proved", "", "", "Proved/Proved/Unproved,Unproved",
          "", 1, "Lost:", "1 goal worse", "Unproved/Unproved/Unproved,Unproved"},
+        {"lost, but another driver was not asked", "always", "Unknown", "Proved", "--driver D1",
+         "Proved/Proved/Proved,Proved", "", 0, "Lost records",
+         "0 of 1 verdict confirmed; 0 goals worse", "Proved/Proved/Unknown,Proved"},
         {"driver not asked for", "always", "Unknown", "Proved", "--driver D2",
          "Proved/Proved/Proved,Proved", "", 0, "", "1 of 1 verdict confirmed",
          "Proved/Proved/Proved,Proved"},
@@ -243,17 +246,96 @@ TEST_F(Play, AReplayConfirmsEveryVerdictByItself)
 
 TEST_F(Play, ALostJobConfirmsNothingAndSaysWhy)
 {
-    component({driverWith("D1", "kill -SEGV $$")},
-              "Proved/Proved/Proved Proved Proved/Unproved/Unknown");
-    const outcome_t outcome = run("replay -M m --update" + FILES);
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.out.find("PO_0.1  mech       D1      Proved  not confirmed"),
-              std::string::npos)
-        << outcome.out;
-    EXPECT_NE(outcome.out.find("SIGSEGV"), std::string::npos) << outcome.out;
-    EXPECT_NE(outcome.err.find("SIGSEGV"), std::string::npos) << outcome.err;
-    EXPECT_EQ(statuses(), "Unproved/Unproved/Proved Proved Proved/Unproved/Unknown")
-        << "the driver is asked again by the next replay";
+    // The reader says Proved in any case.
+    test::Driver writer = driverWith("D1", "cat");
+    writer.writer = {
+        dir.script("crash", "while [ \"$1\" != -o ]; do shift; done; echo x > \"$2\"; kill -9 $$")};
+    const struct {
+        test::Driver driver;
+        const char* reason;
+    } rows[] = {{driverWith("D1", "kill -SEGV $$"), "SIGSEGV"},
+                {writer, "the writer was ended by SIGKILL"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reason);
+        component({row.driver}, "Proved/Proved/Proved Proved Unproved/Unproved/Unknown");
+        const outcome_t outcome = run("replay -M m --update" + FILES);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.out.find("PO_0.1  mech       D1      Proved  not confirmed"),
+                  std::string::npos)
+            << outcome.out;
+        EXPECT_NE(outcome.out.find(row.reason), std::string::npos) << outcome.out;
+        EXPECT_NE(outcome.out.find("PO_0.2  -          -       Proved  Unproved       no record"),
+                  std::string::npos)
+            << outcome.out;
+        EXPECT_NE(outcome.err.find(row.reason), std::string::npos) << outcome.err;
+        EXPECT_EQ(statuses(), "Unproved/Unproved/Proved Unproved Unproved/Unproved/Unknown")
+            << "the driver is asked again by the next replay";
+    }
+}
+
+TEST_F(Play, AReplayOfWhatCannotBeJudgedIsRefused)
+{
+    const std::string record =
+        "<Mechanism name='mech' status='Proved'><Driver name='D1' status='Proved'/>";
+    const struct {
+        const char* label;
+        std::string goal;
+        const char* error;
+    } rows[] = {
+        {"mechanism twice", record + "</Mechanism>" + record + "</Mechanism>", "recorded twice"},
+        {"driver twice", record + "<Driver name='D1' status='Proved'/></Mechanism>",
+         "recorded twice"},
+        {"analyser", record + "</Mechanism><iapa><status value='Nope'/></iapa>", "\"Nope\""},
+        {"no mechanism", "", "records no mechanism: play it first"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.label);
+        component({driver("D1", "Unknown")}, "Proved");
+        dir.write("comp.pos", "<Proof_Obligations><Proof_Obligation><Tag>PO_0</Tag><Simple_Goal "
+                              "status='Proved'>" +
+                                  row.goal +
+                                  "</Simple_Goal></Proof_Obligation></Proof_Obligations>");
+        const outcome_t outcome = run("replay -M m" + FILES);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_NE(outcome.err.find(row.error), std::string::npos) << outcome.err;
+    }
+}
+
+TEST_F(Play, WhatChangesUnderARunIsNoticed)
+{
+    const struct {
+        const char* label;
+        const char* prover; ///< of D1; a second mechanism is played after it
+        const char* command;
+        const char* error;
+    } rows[] = {
+        {"mechanism gone", "rm -f m/z.xml; cat", "play", "m/z.xml: it cannot be read any more"},
+        {"mechanism gone", "rm -f m/z.xml; cat", "replay", "m/z.xml: "},
+        {"other file", "cp more.pos comp.pos; cat", "replay", "it has changed since it was read"},
+        {"second run", "cat; cd m; exec >>../second; " MECHTOOL " reset ../comp.pos 2>&1", "play",
+         ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.label) + " " + row.command);
+        component({driverWith("D1", row.prover)},
+                  std::string(row.command) == "play" ? "Unproved" : "Proved/Proved/Proved");
+        std::string both = test::contentOf(dir.path("comp.pos"));
+        dir.write("m/z.xml", test::mechanismText("always", {driver("D2", "Proved")}));
+        if (std::string(row.command) == "replay") {
+            both = dir.write("comp.pos",
+                             test::replaced(both, "</Simple_Goal>",
+                                            "<Mechanism name='z' status='Proved'><Driver name='D2' "
+                                            "status='Proved'/></Mechanism></Simple_Goal>"));
+        }
+        dir.write("more.pos", test::posText("Proved Proved Proved"));
+        const outcome_t outcome = run(std::string(row.command) + " -M m -j 1" + FILES);
+        EXPECT_EQ(outcome.status, *row.error == '\0' ? 0 : 2) << outcome.out;
+        EXPECT_NE(outcome.err.find(row.error), std::string::npos) << outcome.err;
+        EXPECT_EQ(test::contentOf(dir.path("comp.pos")).find("name=\"\""), std::string::npos);
+    }
+    EXPECT_NE(
+        test::contentOf(dir.path("second")).find("another mechtool is playing or changing it"),
+        std::string::npos);
 }
 
 TEST_F(Play, AModelIsPrintedAndTheFileStays)

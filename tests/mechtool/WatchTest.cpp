@@ -180,7 +180,7 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
         EXPECT_EQ(linesOf(settings(), use),
                   row.line.empty() ? ""
                                    : "mechtool play: smt/quick: " + row.line +
-                                         ", after 0.25 s; by hand: /bin/writer -o '/t/f 1.po2' && "
+                                         ", after 0.25 s; by hand: /bin/writer -o './f 1.po2' && "
                                          "./prover '$x' | /bin/reader\n");
         watch_settings_t quiet = settings();
         quiet.quiet = true;
@@ -196,8 +196,8 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
         watch.jobEnded(left);
     });
     EXPECT_EQ(lines, "mechtool play: smt/a\\nb: put_ring.1: the writer was ended by SIGKILL; the "
-                     "prover was ended by SIGSEGV, after 0.25 s; by hand: /bin/writer -o '/t/f "
-                     "1.po2'; ./prover '$x' < '/t/f 1.po2' | /bin/reader\n"
+                     "prover was ended by SIGSEGV, after 0.25 s; by hand: /bin/writer -o './f "
+                     "1.po2'; ./prover '$x' < './f 1.po2' | /bin/reader\n"
                      "mechtool play: smt/a\\nb: put_ring.1: f, left by an earlier run, cannot be "
                      "removed, after 0.00 s\n");
 }
