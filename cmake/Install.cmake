@@ -5,7 +5,7 @@ include(CMakePackageConfigHelpers)
 get_property(libraries GLOBAL PROPERTY MECHRUN_LIBRARIES)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/mechrun)
 
-install(TARGETS mechrun mechlimit RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(TARGETS mechrun mechtool mechlimit RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 # In a file of its own, the resource manager can be imported where there is no Qt.
 list(REMOVE_ITEM libraries mechrun_resource)
 install(TARGETS mechrun_resource EXPORT mechrunResourceTargets
@@ -28,14 +28,18 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/mechrunConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/mechrunConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-install(FILES docs/mechrun.1 docs/mechlimit.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
-install(FILES docs/mechrun.bash-completion RENAME mechrun
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
+install(FILES docs/mechrun.1 docs/mechtool.1 docs/mechlimit.1
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT runtime)
+foreach(program mechrun mechtool)
+  install(FILES docs/${program}.bash-completion RENAME ${program}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
+endforeach()
 
 # Laid out as in the source tree, so that the links between the documents hold.
 install(FILES README.md CONTRIBUTING.md CHANGELOG.md LICENSE
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
-install(FILES docs/formats.md docs/manual.md docs/performance.md docs/reliability.md docs/run.md
+install(FILES docs/formats.md docs/manual.md docs/mechtool.md docs/performance.md
+  docs/reliability.md docs/run.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
   PATTERN tools EXCLUDE PATTERN component-of EXCLUDE)
