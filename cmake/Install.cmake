@@ -5,7 +5,8 @@ include(CMakePackageConfigHelpers)
 get_property(libraries GLOBAL PROPERTY MECHRUN_LIBRARIES)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/mechrun)
 
-install(TARGETS mechrun mechtool mechlimit RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(TARGETS mechrun mechtool mechlimit
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 # In a file of its own, the resource manager can be imported where there is no Qt.
 list(REMOVE_ITEM libraries mechrun_resource)
 install(TARGETS mechrun_resource EXPORT mechrunResourceTargets
