@@ -44,37 +44,54 @@ mechanism_totals_t& Totals::mechanism(const QString& name)
     return entryOf(mechanisms, places, name);
 }
 
+sole_proofs_t soleProofsOf(const goal_t& goal)
+{
+    sole_proofs_t sole;
+    std::size_t mechanismProofs = 0;
+    std::size_t driverProofs = 0;
+    for (const mechanism_record_t& record : goal.mechanisms) {
+        if (record.status == pos::PROVED) {
+            ++mechanismProofs;
+            sole.mechanism = &record;
+        }
+        for (const driver_record_t& driver : record.drivers) {
+            if (driver.status == pos::PROVED) {
+                ++driverProofs;
+                sole.mechanismOfDriver = &record;
+                sole.driver = &driver;
+            }
+        }
+    }
+    if (mechanismProofs != 1 || goal.byProver) {
+        sole.mechanism = nullptr;
+    }
+    if (driverProofs != 1 || goal.byProver) {
+        sole.mechanismOfDriver = nullptr;
+        sole.driver = nullptr;
+    }
+    return sole;
+}
+
 void Totals::add(const goal_t& goal)
 {
     goals.add(goal.status);
     provedByProver += goal.byProver ? 1 : 0;
-    const mechanism_record_t* provedBy = nullptr;
-    const mechanism_record_t* mechanismOfProof = nullptr;
-    const driver_record_t* driverOfProof = nullptr;
-    std::size_t mechanismProofs = 0;
-    std::size_t driverProofs = 0;
+    bool isProved = false;
     for (const mechanism_record_t& record : goal.mechanisms) {
         mechanism_totals_t& found = mechanism(record.name);
         found.records.add(record.status);
-        if (record.status == pos::PROVED) {
-            ++mechanismProofs;
-            provedBy = &record;
-        }
+        isProved = isProved || record.status == pos::PROVED;
         for (const driver_record_t& driver : record.drivers) {
             driverOf(found, driver.name).records.add(driver.status);
-            if (driver.status == pos::PROVED) {
-                ++driverProofs;
-                mechanismOfProof = &record;
-                driverOfProof = &driver;
-            }
         }
     }
-    provedExternally += mechanismProofs != 0 ? 1 : 0;
-    if (mechanismProofs == 1 && !goal.byProver) {
-        ++mechanism(provedBy->name).only;
+    provedExternally += isProved ? 1 : 0;
+    const sole_proofs_t sole = soleProofsOf(goal);
+    if (sole.mechanism != nullptr) {
+        ++mechanism(sole.mechanism->name).only;
     }
-    if (driverProofs == 1 && !goal.byProver) {
-        ++driverOf(mechanism(mechanismOfProof->name), driverOfProof->name).only;
+    if (sole.driver != nullptr) {
+        ++driverOf(mechanism(sole.mechanismOfDriver->name), sole.driver->name).only;
     }
 }
 

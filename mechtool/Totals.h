@@ -49,6 +49,16 @@ struct mechanism_totals_t {
     QHash<QString, std::size_t> driverPlaces;
 };
 
+/// Who alone has proved a goal: nothing else did, and not the workbench's own prover. Null where
+/// there is no such mechanism or driver.
+struct sole_proofs_t {
+    const mechanism_record_t* mechanism = nullptr;
+    const mechanism_record_t* mechanismOfDriver = nullptr;
+    const driver_record_t* driver = nullptr;
+};
+
+sole_proofs_t soleProofsOf(const goal_t& goal);
+
 /// The totals of some goals.
 class Totals
 {

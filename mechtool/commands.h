@@ -12,5 +12,6 @@ answer_t runModel(const QStringList& words);
 answer_t runNew(const QStringList& words);
 answer_t runPlay(const QStringList& words);
 answer_t runReplay(const QStringList& words);
+answer_t runReport(const QStringList& words);
 answer_t runReset(const QStringList& words);
 answer_t runShow(const QStringList& words);

@@ -25,6 +25,7 @@ const command_t COMMANDS[] = {
     {"show", "show what POS files record", runShow},
     {"diff", "show what differs between two states of a POS file", runDiff},
     {"check", "is a POS file in order, and are its goals proved?", runCheck},
+    {"report", "make a page for people, or test results for a build server", runReport},
     {"reset", "forget what mechanisms found, or a part of it", runReset},
     {"forget", "remove mechanisms from a POS file", runForget},
     {"new", "make a fresh POS file", runNew},

@@ -1,5 +1,6 @@
 // The tables of "show".
 
+#include "mechtool/GoalText.h"
 #include "mechtool/Text.h"
 #include "mechtool/show.h"
 
@@ -88,35 +89,6 @@ void printMechanisms(const Totals& totals)
         }
     }
     printTable(QStringLiteral("Mechanisms and drivers"), table);
-}
-
-QString textOf(const mechanism_record_t& mechanism)
-{
-    QStringList drivers;
-    for (const driver_record_t& driver : mechanism.drivers) {
-        drivers << shown(driver.name) + QLatin1Char(' ') + pos::strOfProofStatus(driver.status);
-    }
-    const QString text =
-        shown(mechanism.name) + QLatin1Char(' ') + pos::strOfProofStatus(mechanism.status);
-    return drivers.isEmpty()
-               ? text
-               : QStringLiteral("%1 (%2)").arg(text, drivers.join(QStringLiteral(", ")));
-}
-
-/// All that is recorded on a goal.
-QString recordsOf(const goal_t& goal)
-{
-    QStringList records;
-    if (!goal.prover.isNull()) {
-        records << QStringLiteral("prover ") + shown(goal.prover);
-    }
-    if (!goal.analyser.isNull()) {
-        records << QStringLiteral("analyser ") + shown(goal.analyser);
-    }
-    for (const mechanism_record_t& mechanism : goal.mechanisms) {
-        records << textOf(mechanism);
-    }
-    return records.join(QStringLiteral("; "));
 }
 
 void printGoals(const QString& title, const shown_t& one)
