@@ -105,7 +105,8 @@ QString losses(const content_t& content)
             }
         }
     }
-    return items.isEmpty() ? items : QStringLiteral("<ul class=\"gone\">%1</ul>\n").arg(items);
+    return items.isEmpty() ? items
+                           : QStringLiteral("<h3>Gone</h3><ul class=\"gone\">%1</ul>\n").arg(items);
 }
 
 QString counts(const content_t& content)

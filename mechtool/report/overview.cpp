@@ -30,7 +30,7 @@ QString keys(const Counts& counts)
 {
     QString text = QStringLiteral("<p class=\"keys\">");
     for (const pos::status_t status : STATUSES) {
-        text += QStringLiteral("%1&nbsp;<b>%2</b> ")
+        text += QStringLiteral("<span>%1 <b>%2</b></span> ")
                     .arg(keyOf(status), QString::number(counts[status]));
     }
     return text + QStringLiteral("</p>\n");

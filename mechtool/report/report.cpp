@@ -44,6 +44,15 @@ void addOptions(Options& options)
     addRequire(options);
 }
 
+/// The file, whatever leads there; of one that is to be made the name in its folder.
+QString placeOf(const QString& file)
+{
+    const QFileInfo info(file);
+    return info.exists() ? info.canonicalFilePath()
+                         : QFileInfo(info.absolutePath()).canonicalFilePath() + QLatin1Char('/') +
+                               info.fileName();
+}
+
 /// The files to write. Throws when one of them is read as well, or is written twice.
 QStringList outputsOf(const Options& options, const QStringList& inputs)
 {
@@ -59,7 +68,7 @@ QStringList outputsOf(const Options& options, const QStringList& inputs)
     QStringList others = inputs;
     for (const QString& output : std::as_const(outputs)) {
         for (const QString& other : std::as_const(others)) {
-            if (QFileInfo(output) == QFileInfo(other)) {
+            if (placeOf(output) == placeOf(other)) {
                 throw CannotAnswer(QStringLiteral("%1 would be written over: name another file")
                                        .arg(shown(other)));
             }

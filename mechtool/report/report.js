@@ -288,7 +288,8 @@ function startPairs() {
 startPairs();
 if (form) {
     form.hidden = false;
-    form.addEventListener('input', change);
+    form.addEventListener('change', change);
+    form.text.addEventListener('input', change);
     form.addEventListener('submit', event => event.preventDefault());
     form.addEventListener('reset', () => setTimeout(change));
     startMap();
