@@ -17,9 +17,8 @@ QString named(const QString& name)
     return marked(shown(name));
 }
 
-QString shortened(const QString& shownText)
+QString shortened(const QString& shownText, int most)
 {
-    constexpr int most = 120;
     if (shownText.size() <= most) {
         return shownText;
     }
@@ -75,8 +74,13 @@ QString bar(const Counts& counts, const QString& label)
 
 QString row(const QStringList& cells)
 {
-    return QStringLiteral("<tr><th scope=\"row\">") + cells.join(QStringLiteral("<td>")) +
-           QLatin1Char('\n');
+    QString text = QStringLiteral("<tr><th scope=\"row\">") + cells.first();
+    for (int i = 1; i < cells.size(); ++i) {
+        const bool isNumber = cells.at(i).startsWith(QLatin1Char('>'));
+        text += isNumber ? QStringLiteral("<td class=n") + cells.at(i)
+                         : QStringLiteral("<td>") + cells.at(i);
+    }
+    return text + QLatin1Char('\n');
 }
 
 QString tableBegin(const QString& caption, const QStringList& headings)
@@ -100,7 +104,8 @@ QString tableEnd()
 
 QString numberCell(std::size_t number)
 {
-    return number == 0 ? QStringLiteral("<span class=\"none\">0</span>") : QString::number(number);
+    return number == 0 ? QStringLiteral("><span class=\"none\">0</span>")
+                       : QLatin1Char('>') + QString::number(number);
 }
 
 QString section(const QString& id, const QString& title, const QString& content)

@@ -22,7 +22,10 @@ QString named(const QString& name);
 QString marked(const QString& shownText);
 
 /// A shown text of bounded length: the middle of a longer one is left out.
-QString shortened(const QString& shownText);
+QString shortened(const QString& shownText, int most = 120);
+
+/// The most that is shown of what is recorded on a goal: far more than ordinary names make.
+constexpr int MOST_OF_RECORDS = 2000;
 
 /// The class that gives a status its colour and its mark.
 QString classOf(pos::status_t status);
@@ -33,7 +36,8 @@ QString keyOf(pos::status_t status);
 /// One bar with a part for each status that has a count; `label` is read aloud.
 QString bar(const Counts& counts, const QString& label);
 
-/// A row of cells, which are markup. The first is the heading of the row.
+/// A row of cells, which are markup. The first is the heading of the row; others with a leading ">"
+/// are numbers.
 QString row(const QStringList& cells);
 
 /// The begin of a table that scrolls by itself where it is too wide. A heading with a leading ">"
@@ -41,7 +45,7 @@ QString row(const QStringList& cells);
 QString tableBegin(const QString& caption, const QStringList& headings);
 QString tableEnd();
 
-/// A count for a cell: a dot stands for none.
+/// A count for a cell.
 QString numberCell(std::size_t number);
 
 /// A section of the page. An empty `content` makes none.

@@ -37,7 +37,7 @@ QString changeRow(const content_t& content, const subject_t& subject, const goal
     return row({marked(labelOf(content, subject, change.after)),
                 keyOf(goalAt(*subject.before, change.before).status),
                 keyOf(goalAt(subject.component, change.after).status),
-                marked(records.join(QStringLiteral("; ")))});
+                marked(shortened(records.join(QStringLiteral("; ")), MOST_OF_RECORDS))});
 }
 
 /// The table of the goals that changed so; nothing for none.

@@ -57,7 +57,8 @@ QString goalRow(const content_t& content, const place_t& place)
     if (content.times) {
         text += QStringLiteral("<td>") + cellOfSeconds(*content.times, place);
     }
-    return text + QStringLiteral("<td>") + marked(recordsOf(goal)) + QLatin1Char('\n');
+    return text + QStringLiteral("<td>") + marked(shortened(recordsOf(goal), MOST_OF_RECORDS)) +
+           QLatin1Char('\n');
 }
 
 /// The row of an obligation in the map.
@@ -80,8 +81,10 @@ QString obligationRow(const obligation_t& obligation)
 
 QString nameOf(const entry_t& entry)
 {
-    return entry.driver.isNull() ? named(entry.mechanism)
-                                 : named(entry.mechanism) + QLatin1Char('/') + named(entry.driver);
+    const QString mechanism = marked(shortened(shown(entry.mechanism)));
+    return entry.driver.isNull()
+               ? mechanism
+               : mechanism + QLatin1Char('/') + marked(shortened(shown(entry.driver)));
 }
 
 /// The choices by what a mechanism or a driver has found.

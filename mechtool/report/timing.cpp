@@ -19,7 +19,7 @@ constexpr std::size_t FAILED = 200; // rows in the table of failed jobs
 
 QString secondsCell(double seconds)
 {
-    return QString::number(seconds, 'f', 3);
+    return QLatin1Char('>') + QString::number(seconds, 'f', 3);
 }
 
 std::vector<line_t> linesOf(const times_t& times)
@@ -64,7 +64,7 @@ QString driverTable(const times_t& times, const std::vector<line_t>& lines)
             sum += times.jobs[run.job].share();
         }
         const auto after = [&seconds](std::size_t tenths) {
-            return seconds.empty() ? QStringLiteral("-")
+            return seconds.empty() ? QStringLiteral(">-")
                                    : secondsCell(seconds[(seconds.size() * tenths - 1) / 10]);
         };
         text += row({QStringLiteral("<svg class=\"sample\" viewBox=\"0 0 40 10\" "
@@ -117,13 +117,13 @@ QString figureOf(const cloud_t& cloud, const axis_t& axis)
                .arg(up, across) +
            scatterPlot(cloud, axis) + QStringLiteral("<table><tbody>") +
            row({QStringLiteral("<span class=\"dot both\"></span>both solved"),
-                QString::number(cloud.both.size())}) +
+                numberCell(cloud.both.size())}) +
            row({QStringLiteral("<span class=\"dot one\"></span>one solved"),
-                QString::number(cloud.one.size())}) +
+                numberCell(cloud.one.size())}) +
            row({QStringLiteral("<span class=\"dot none\"></span>none solved"),
-                QString::number(cloud.none.size())}) +
-           row({across + QStringLiteral(" faster"), QString::number(acrossFaster)}) +
-           row({up + QStringLiteral(" faster"), QString::number(upFaster)}) +
+                numberCell(cloud.none.size())}) +
+           row({across + QStringLiteral(" faster"), numberCell(acrossFaster)}) +
+           row({up + QStringLiteral(" faster"), numberCell(upFaster)}) +
            QStringLiteral("</tbody></table></figure>\n");
 }
 
@@ -247,9 +247,10 @@ QString timing(const content_t& content)
     if (!times.jobs.empty()) {
         const axis_t axis = timeAxis(times);
         const std::vector<line_t> lines = linesOf(times);
-        text += QStringLiteral("<figure>") + quantilePlot(lines, axis) +
-                QStringLiteral("</figure>\n") + driverTable(times, lines) + pairs(times, axis) +
-                slowest(content, times) + failures(content, times);
+        text += QStringLiteral("<figure class=\"scroll wide\" tabindex=\"0\">") +
+                quantilePlot(lines, axis) + QStringLiteral("</figure>\n") +
+                driverTable(times, lines) + pairs(times, axis) + slowest(content, times) +
+                failures(content, times);
     }
     return section(QStringLiteral("times"), QStringLiteral("Times"), text);
 }
