@@ -35,12 +35,13 @@ foreach(program mechrun mechtool)
   install(FILES docs/${program}.bash-completion RENAME ${program}
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
 endforeach()
+install(DIRECTORY docs/schemas DESTINATION ${CMAKE_INSTALL_DATADIR}/mechrun COMPONENT runtime)
 
 # Laid out as in the source tree, so that the links between the documents hold.
 install(FILES README.md CONTRIBUTING.md CHANGELOG.md LICENSE
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 install(FILES docs/formats.md docs/manual.md docs/mechtool.md docs/performance.md
-  docs/reliability.md docs/run.md
+  docs/reliability.md docs/report.md docs/run.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
   PATTERN tools EXCLUDE PATTERN component-of EXCLUDE)
