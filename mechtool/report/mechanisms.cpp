@@ -58,13 +58,13 @@ QString onlyCell(std::size_t count, const QStringList& names)
 template <typename Found>
 QString foundRow(const QString& name, const Found& found, const QStringList& only)
 {
-    QStringList cells{name, numberCell(found.records.total())};
+    QStringList cells{
+        name, bar(found.records, shown(found.name) + QStringLiteral(": ") + wordsOf(found.records)),
+        onlyCell(found.only, only), numberCell(found.records.total())};
     for (const pos::status_t status : STATUSES) {
         cells << numberCell(found.records[status]);
     }
-    return row(cells << bar(found.records,
-                            shown(found.name) + QStringLiteral(": ") + wordsOf(found.records))
-                     << onlyCell(found.only, only));
+    return row(cells);
 }
 
 } // namespace
@@ -75,11 +75,11 @@ QString mechanisms(const content_t& content)
         return section(QStringLiteral("mechanisms"), QStringLiteral("Mechanisms and drivers"),
                        QStringLiteral("<p>No mechanism is recorded.</p>\n"));
     }
-    QStringList headings{QStringLiteral("mechanism, driver"), QStringLiteral(">records")};
+    QStringList headings{QStringLiteral("mechanism, driver"), QStringLiteral("records in a bar"),
+                         QStringLiteral("only this one proved"), QStringLiteral(">records")};
     for (const pos::status_t status : STATUSES) {
         headings << QLatin1Char('>') + pos::strOfProofStatus(status);
     }
-    headings << QStringLiteral("records in a bar") << QStringLiteral("only this one proved");
     QString text = tableBegin(QStringLiteral("Records by mechanism and driver"), headings);
     const std::vector<QStringList> only = namesProvedOnlyBy(content);
     std::size_t entry = 0;

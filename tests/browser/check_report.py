@@ -152,7 +152,7 @@ class Report(unittest.TestCase):
                                     ".length", word)
                     self.assertEqual(count, totals[key], word)
                 records = self.js("return [...document.querySelectorAll('#mechanisms tbody tr')]"
-                                  ".map(row => +row.cells[1].textContent)")
+                                  ".map(row => +row.cells[3].textContent)")
                 self.assertEqual(records, [one['records'] for mechanism in shown['mechanisms']
                                            for one in (mechanism, *mechanism['drivers'])])
 

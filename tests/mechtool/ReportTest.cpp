@@ -92,7 +92,7 @@ TEST_F(Report, ThePageHasTheTotalsOfShow)
         }
         EXPECT_EQ(rowOf(html, name), expected);
     }
-    EXPECT_EQ(rowOf(html, "smt"), "smt|2|1|0|1|0|0||1ring: put.1");
+    EXPECT_EQ(rowOf(html, "smt"), "smt||1ring: put.1|2|1|0|1|0|0");
     const int goals = at(shown, "totals/goals").toInt();
     EXPECT_EQ(countOf(html, "<i class=p></i>") + countOf(html, "<i class=r></i>") +
                   countOf(html, "<i class=d></i>") + countOf(html, "<i class=k></i>") +
