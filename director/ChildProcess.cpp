@@ -260,10 +260,7 @@ PairResult runPairIn(GroupLease& group, const Arguments& prover, const Arguments
     Child readers;
     const bool open = group.start([&] {
         if (proving == 0) {
-            proving = provers.start(prover, proverStreams, group.id());
-        }
-        if (run.memoryLimit != 0) {
-            provers.limitMemory(run.memoryLimit);
+            proving = provers.start(prover, proverStreams, group.id(), run.memoryLimit);
         }
         if (!isRefusal(proving)) {
             reading = readers.start(reader, readerStreams, group.id());

@@ -1,6 +1,7 @@
 #include "director/StartProgram.h"
 
-#include <algorithm>
+#include "director/LimitedStart.h"
+
 #include <cerrno>
 #include <csignal>
 #include <utility>
@@ -38,6 +39,24 @@ double secondsOf(const timeval& time)
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
 }
 
+/// Starts a program without a limit; 0 and the number of the child, or the reason why there is
+/// none.
+int spawn(const Arguments& arguments, const Streams& streams, pid_t group, pid_t& child)
+{
+    if (streams.error() != 0) {
+        return streams.error();
+    }
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigdefault(&attributes, &defaultSignals());
+    posix_spawnattr_setpgroup(&attributes, group);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
+    const int error = ::posix_spawn(&child, arguments.list()[0], streams.actions(), &attributes,
+                                    arguments.list(), environ);
+    posix_spawnattr_destroy(&attributes);
+    return error;
+}
+
 /// The largest memory that this process has had so far.
 std::int64_t ownPeakKiB()
 {
@@ -68,15 +87,15 @@ Arguments::Arguments(const Command& command)
     pointers.push_back(nullptr);
 }
 
-Streams::Streams(int input, int output, int errors, int dropped)
+Streams::Streams(int input, int output, int errors, int toDrop)
+    : streams{input, output, errors}, closed(toDrop)
 {
     posix_spawn_file_actions_init(&list);
-    const int numbers[] = {input, output, errors};
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO && failure == 0; ++stream) {
-        failure = posix_spawn_file_actions_adddup2(&list, numbers[stream], stream);
+        failure = posix_spawn_file_actions_adddup2(&list, streams[stream], stream);
     }
     if (failure == 0) {
-        failure = posix_spawn_file_actions_addclose(&list, dropped);
+        failure = posix_spawn_file_actions_addclose(&list, closed);
     }
 }
 
@@ -90,37 +109,23 @@ Child::~Child()
     killAndReap();
 }
 
-int Child::start(const Arguments& arguments, const Streams& streams, pid_t group) noexcept
+int Child::start(const Arguments& arguments, const Streams& streams, pid_t group,
+                 std::uint64_t memoryLimit) noexcept
 {
-    end.error = streams.error();
-    if (end.error != 0) {
-        return end.error;
-    }
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setsigdefault(&attributes, &defaultSignals());
-    posix_spawnattr_setpgroup(&attributes, group);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
     pid_t started = 0;
-    end.error = ::posix_spawn(&started, arguments.list()[0], streams.actions(), &attributes,
-                              arguments.list(), environ);
-    posix_spawnattr_destroy(&attributes);
+    if (memoryLimit == 0) {
+        end.error = spawn(arguments, streams, group, started);
+    } else {
+        end.error = startLimited({arguments.list(), streams.numbers(), streams.dropped(), group,
+                                  &defaultSignals(), memoryLimit},
+                                 started);
+    }
     end.started = end.error == 0;
     if (end.started) {
         pid = started;
         end.lentKiB = ownPeakKiB();
     }
     return end.error;
-}
-
-void Child::limitMemory(std::uint64_t bytes) const noexcept
-{
-    rlimit limit = {};
-    if (pid != 0 && ::prlimit(pid, RLIMIT_AS, nullptr, &limit) == 0) {
-        limit.rlim_max = std::min<rlim_t>(limit.rlim_max, bytes);
-        limit.rlim_cur = std::min<rlim_t>(limit.rlim_cur, bytes);
-        ::prlimit(pid, RLIMIT_AS, &limit, nullptr);
-    }
 }
 
 const ChildEnd& Child::reap() noexcept

@@ -2,10 +2,11 @@
 
 // Starting a program as a child of this process.
 //
-// A start goes through posix_spawn, which lends the child our memory until it runs its program: the
-// cost of a start does not grow with the component, as that of a fork does, which copies the page
-// tables. What takes memory (Arguments, Streams) is made beforehand: a start itself never throws,
-// since a child that was started before it must not be forgotten.
+// A start goes through posix_spawn, or with a limit through startLimited(), which lend the child
+// our memory until it runs its program: the cost of a start does not grow with the component, as
+// that of a fork does, which copies the page tables. What takes memory (Arguments, Streams) is made
+// beforehand: a start itself never throws, since a child that was started before it must not be
+// forgotten.
 
 #include <QByteArray>
 #include <QString>
@@ -44,12 +45,13 @@ private:
 };
 
 /// Which standard streams a child gets, and which of our files it must let go of before it runs its
-/// program (for which closing on that occasion comes too late). Memory that ran out on the way
-/// shows in error(): a child started all the same would have some of our streams.
+/// program (for which closing on that occasion comes too late). None of the files is another
+/// standard stream of ours. Memory that ran out on the way shows in error(): a child started all
+/// the same would have some of our streams.
 class Streams
 {
 public:
-    Streams(int input, int output, int errors, int dropped);
+    Streams(int input, int output, int errors, int toDrop);
     ~Streams();
     Streams(const Streams&) = delete;
     Streams& operator=(const Streams&) = delete;
@@ -58,13 +60,23 @@ public:
     {
         return failure;
     }
+    const int* numbers() const ///< three
+    {
+        return streams;
+    }
+    int dropped() const
+    {
+        return closed;
+    }
     const posix_spawn_file_actions_t* actions() const
     {
         return &list;
     }
 
 private:
-    posix_spawn_file_actions_t list = {};
+    int streams[3];
+    int closed;
+    posix_spawn_file_actions_t list = {}; ///< the same in the form that posix_spawn takes
     int failure = 0;
 };
 
@@ -93,13 +105,11 @@ public:
     Child& operator=(const Child&) = delete;
 
     /// Starts a program with these standard streams, as a member of the process group `group` from
-    /// before its first instruction; returns once it runs or cannot, with 0 or the reason.
-    int start(const Arguments& arguments, const Streams& streams, pid_t group) noexcept;
-
-    /// Limits the address space of the child, and of what it starts from now on, to `bytes`. A
-    /// tighter limit that it has stays. What the child has started in the moment since its own
-    /// start has no limit.
-    void limitMemory(std::uint64_t bytes) const noexcept;
+    /// before its first instruction; returns once it runs or cannot, with 0 or the reason. Unless
+    /// `memoryLimit` is 0, no address space of the child or of what it starts exceeds so many
+    /// bytes.
+    int start(const Arguments& arguments, const Streams& streams, pid_t group,
+              std::uint64_t memoryLimit = 0) noexcept;
 
     bool isRunning() const
     {

@@ -120,6 +120,38 @@ TEST_F(Children, ATimeLimitEndsTheGroupAndTheNextJobHasAnother)
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "somebody is not reaped";
 }
 
+TEST_F(Children, ALimitedProverIsStartedLikeAnyOther)
+{
+    dir.write("in", "fed\n");
+    PairRun run = {{}, QString::fromStdString(dir.path("in")), script("r", "cat"), 500000};
+    const std::string look = "cat; cut -d ' ' -f 5 /proc/self/stat; ls /proc/self/fd; readlink "
+                             "/proc/self/fd/[02]; grep SigIgn /proc/self/status | cut -c 18-; "
+                             "echo $1 $HOME"; // the C library ignores two signals of its own
+    const std::string programs[] = {dir.script("look", look), "/nonexistent/tool", dir.path(),
+                                    dir.path("in"), "/bin/grep"};
+    sigset_t some;
+    sigemptyset(&some);
+    sigaddset(&some, SIGUSR1);
+    ::pthread_sigmask(SIG_BLOCK, &some, nullptr);
+    ::signal(SIGPIPE, SIG_IGN);
+    for (const std::string& program : programs) {
+        run.prover = {QString::fromStdString(program),
+                      {QStringLiteral("SigBlk"), QStringLiteral("/proc/self/status")}};
+        run.memoryLimit = 0;
+        const PairResult plain = runPair(run, groups);
+        run.memoryLimit = std::uint64_t(1) << 30;
+        const PairResult limited = runPair(run, groups);
+        EXPECT_EQ(limited.prover.error, plain.prover.error) << program;
+        EXPECT_TRUE(program != "/bin/grep" || plain.output.contains("200"));
+        EXPECT_EQ(limited.output.toStdString(), plain.output.toStdString()) << program;
+    }
+    ::signal(SIGPIPE, SIG_DFL);
+    sigset_t now;
+    ::pthread_sigmask(SIG_UNBLOCK, &some, &now);
+    EXPECT_EQ(sigismember(&now, SIGUSR1) + sigismember(&now, SIGUSR2), 1);
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), 0) << "only the guard is left, and lives";
+}
+
 TEST_F(Children, AnEndThatNobodyCanTellIsACrash)
 {
     ::signal(SIGCHLD, SIG_IGN);

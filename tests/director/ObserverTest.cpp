@@ -247,6 +247,23 @@ TEST_F(Observed, EachJobOfManyWorkersEndsOnceAlsoWhenItIsStopped)
     }
 }
 
+TEST_F(Observed, NothingThatALimitedProverStartsEscapesTheLimit)
+{
+    std::string goals;
+    for (int obligation = 0; obligation < 20; ++obligation) {
+        goals += (obligation == 0 ? "" : " | ") + OPEN;
+    }
+    test::Driver driver = driverSaying(dir, "D1", "Proved");
+    driver.prover.path =
+        dir.script("p", "(dd if=/dev/zero of=/dev/null bs=300M count=1 && echo Proved) & wait");
+    driver.reader.path = "/bin/cat";
+    settings.workers = 8;
+    settings.memoryLimit = 200 << 20;
+    replay({driver}, goals);
+    EXPECT_EQ(watcher.begun, 20U);
+    EXPECT_EQ(test::statusesOf(settings.posPath), goals);
+}
+
 TEST_F(Observed, AJobThatAnExceptionEndsHasStopped)
 {
     settings.onlyGoal = "PO_0.9";
