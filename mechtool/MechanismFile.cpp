@@ -227,6 +227,9 @@ QStringList chosenMechanismFiles(const Options& options)
     if (options.has(MECHANISM) == options.has(MECHANISM_DIRECTORY)) {
         throw CannotAnswer(QStringLiteral("give either -m FILE or -M DIR"));
     }
+    if (options.parser.values(MECHANISM).size() > 1) {
+        throw CannotAnswer(QStringLiteral("only one -m is compared with: give one, or -M DIR"));
+    }
     return options.has(MECHANISM) ? QStringList{options.value(MECHANISM)}
                                   : mechanismFiles(options.value(MECHANISM_DIRECTORY));
 }

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <iostream>
 
+#include <unistd.h>
+
 namespace
 {
 
@@ -89,6 +91,24 @@ QString shown(const QString& name)
         i += isPair ? 1 : 0;
     }
     return text;
+}
+
+QString harmless(const QString& text)
+{
+    QStringList lines;
+    for (const QString& line : text.split(QLatin1Char('\n'))) {
+        QStringList cells;
+        for (const QString& cell : line.split(QLatin1Char('\t'))) {
+            cells << shown(cell).replace(QStringLiteral("\\\\"), QStringLiteral("\\"));
+        }
+        lines << cells.join(QLatin1Char('\t'));
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+bool printsToTerminal()
+{
+    return ::isatty(STDOUT_FILENO) == 1;
 }
 
 QString counted(std::size_t count, const QString& noun)

@@ -12,6 +12,12 @@
 /// "\n", "\t", "\\", "\x1b", "\u202e". Different names are shown differently.
 QString shown(const QString& name);
 
+/// A text of other origin for a terminal: as `shown`, but its line ends, tabs and backslashes stay.
+QString harmless(const QString& text);
+
+/// Whether the standard output is a terminal.
+bool printsToTerminal();
+
 /// `count` and the noun, in the plural unless there is one: "1 goal", "3 goals".
 QString counted(std::size_t count, const QString& noun);
 

@@ -48,7 +48,7 @@ public:
                          duration(job.wallSeconds));
         for (const QString& line :
              model.isEmpty() ? QStringList() : model.split(QLatin1Char('\n'))) {
-            text += QStringLiteral("  ") + shownModel(line) + QLatin1Char('\n');
+            text += QStringLiteral("  ") + harmless(line) + QLatin1Char('\n');
         }
     }
 
@@ -57,12 +57,6 @@ public:
     bool hasModel = false;
 
 private:
-    /// A line of a model: its backslashes are the prover's own.
-    static QString shownModel(const QString& line)
-    {
-        return shown(line).replace(QStringLiteral("\\\\"), QStringLiteral("\\"));
-    }
-
     QString goal; ///< its name
     Watch& watch;
     QString driver;

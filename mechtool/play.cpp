@@ -6,6 +6,7 @@
 #include "mechtool/MechanismFile.h"
 #include "mechtool/PlayOptions.h"
 #include "mechtool/PosLock.h"
+#include "mechtool/ReportStream.h"
 #include "mechtool/SavedDocument.h"
 #include "mechtool/TemporaryFolder.h"
 #include "mechtool/Text.h"
@@ -14,7 +15,6 @@
 #include "pos/printmetrics.h"
 
 #include <algorithm>
-#include <iostream>
 #include <optional>
 
 #include <unistd.h>
@@ -46,14 +46,15 @@ void playMechanism(const play_options_t& options, const component_t& component, 
                    bool report, const QString& folder, Watch& watch)
 {
     ProofDirectorSettings settings = settingsFor(options, file, options.pos, folder, watch);
-    settings.report = report ? &std::cout : nullptr;
+    ReportStream stream;
+    settings.report = report ? &stream : nullptr;
     ProofDirector director(settings);
     requireLoaded(director, file);
     const bool registers =
         !isRecorded(component, QString::fromStdString(director.getMechanismName()));
     if (report) {
-        std::cout << "Proving " << settings.component << " with external mechanism "
-                  << director.getMechanismName() << std::endl;
+        stream << "Proving " << settings.component << " with external mechanism "
+               << director.getMechanismName() << std::endl;
     }
     const std::size_t before = watch.goalsDone();
     Interruption::during(director, [&] {
@@ -160,7 +161,7 @@ answer_t runPlay(const QStringList& words)
     }
     given.arguments(0, 0);
     play_options_t options = playOptionsOf(given, QStringLiteral("play"));
-    if (given.has(REPORT) && ::isatty(STDOUT_FILENO) == 1) {
+    if (given.has(REPORT) && printsToTerminal()) {
         options.watch.progress = progress_mode_t::never; // the two would share the terminal
     }
     const std::optional<level_t> level = requiredLevel(given);

@@ -339,7 +339,7 @@ TEST_F(Report, WhatCannotBeDoneIsSaidInOneLine)
     } rows[] = {
         {"", "an argument is missing"},
         {"ring.pos", "there is nothing to write: give --html or --junit"},
-        {"ring.pos --html=", "--html is missing"},
+        {"ring.pos --html=", "the value of --html is empty"},
         {"ring.pos --html ./ring.pos", "ring.pos would be written over"},
         {"ring.pos --html a --junit ./a", "a would be written over"},
         {"ring.pos --html no/folder/a", "no/folder/a cannot be written: "},
