@@ -1,8 +1,8 @@
 // The totals of a component: one walk over the goals, each of which counts once by its own status,
 // and its records once more under their mechanism and driver.
 
-#include "pos/pos.h"
 #include "pos/goal_status.h"
+#include "pos/pos.h"
 #include "pos/pos_p.h"
 #include "pos/walk.h"
 
