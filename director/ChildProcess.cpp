@@ -32,7 +32,7 @@ int openInput(const QString& file)
     return fd;
 }
 
-/// What a reader prints, taken from its pipe as it comes.
+/// What children print, taken from their pipe as it comes. The first `limit` bytes are kept.
 class Output
 {
 public:
@@ -41,14 +41,14 @@ public:
         ::fcntl(pipe.number(), F_SETFL, O_NONBLOCK);
     }
 
-    /// Negative once the pipe has ended.
+    /// Negative once the pipe has ended, or when there was none.
     int number() const
     {
         return pipe.number();
     }
     bool isTooMuch() const
     {
-        return static_cast<std::size_t>(bytes.size()) > most;
+        return more;
     }
     const QByteArray& text() const
     {
@@ -61,7 +61,7 @@ public:
         char block[BLOCK];
         const ssize_t count = ::read(pipe.number(), block, std::min(size, BLOCK));
         if (count > 0) {
-            bytes.append(block, static_cast<int>(count));
+            keep(block, static_cast<std::size_t>(count));
         } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
             pipe.close();
         }
@@ -85,14 +85,39 @@ public:
 private:
     static constexpr std::size_t BLOCK = 65536;
 
+    void keep(const char* block, std::size_t count)
+    {
+        const std::size_t room = most - static_cast<std::size_t>(bytes.size());
+        more = more || count > room;
+        bytes.append(block, static_cast<int>(std::min(count, room)));
+    }
+
     Descriptor pipe;
     std::size_t most;
     QByteArray bytes;
+    bool more = false;
 };
+
+/// The pipes from the children of a run.
+struct Printed {
+    Output output; ///< the standard output of the reader
+    Output errors; ///< the standard error of all
+};
+
+/// The pipe for the standard error of a run that keeps so many bytes of it. It is not open when
+/// that is none, or when the system has no room for it: nothing is lost then but these words.
+Pipe openErrors(std::size_t most)
+{
+    Pipe errors;
+    if (most != 0) {
+        errors.open();
+    }
+    return errors;
+}
 
 PairResult refused(int error)
 {
-    return {PairEnd::Refused, {}, qt_error_string(error), {}, {}};
+    return {PairEnd::Refused, {}, qt_error_string(error), {}, {}, {}};
 }
 
 /// Counts the time of a wait from its own making.
@@ -122,9 +147,9 @@ private:
 
 enum class Wait { Over, Late, Refused };
 
-/// Waits for `child` to end, or for too much output, or for the limit. `Refused`, with the reason
-/// in `errno`, when the system has no room for that.
-Wait awaitEnd(const Child& child, Output& output, const Limit& limit)
+/// Waits for `child` to end, or for too much output, or for the limit, and empties the pipes.
+/// `Refused`, with the reason in `errno`, when the system has no room for that.
+Wait awaitEnd(const Child& child, Printed& printed, const Limit& limit)
 {
     if (!child.isRunning()) {
         return Wait::Over;
@@ -134,12 +159,17 @@ Wait awaitEnd(const Child& child, Output& output, const Limit& limit)
         // ESRCH: it has ended, and the system keeps no record of it
         return errno == ESRCH ? Wait::Over : Wait::Refused;
     }
-    pollfd polled[] = {{end.number(), POLLIN, 0}, {output.number(), POLLIN, 0}};
-    while (polled[0].revents == 0 && !output.isTooMuch()) {
+    pollfd polled[] = {{end.number(), POLLIN, 0}, {-1, POLLIN, 0}, {-1, POLLIN, 0}};
+    while (polled[0].revents == 0 && !printed.output.isTooMuch()) {
         const int left = limit.left();
-        polled[1].fd = output.number();
-        if (::poll(polled, 2, left) > 0 && polled[1].revents != 0) {
-            output.take();
+        polled[1].fd = printed.output.number();
+        polled[2].fd = printed.errors.number();
+        const bool any = ::poll(polled, 3, left) > 0;
+        if (any && polled[1].revents != 0) {
+            printed.output.take();
+        }
+        if (any && polled[2].revents != 0) {
+            printed.errors.take();
         }
         if (left == 0 && polled[0].revents == 0) {
             return Wait::Late;
@@ -150,9 +180,9 @@ Wait awaitEnd(const Child& child, Output& output, const Limit& limit)
 
 /// Waits for both children and tells how they ended together; with `Refused` the reason is in
 /// `errno`.
-PairEnd awaitPair(Child& prover, Child& reader, Output& output, std::chrono::milliseconds allowed)
+PairEnd awaitPair(Child& prover, Child& reader, Printed& printed, std::chrono::milliseconds allowed)
 {
-    switch (awaitEnd(prover, output, Limit(allowed))) {
+    switch (awaitEnd(prover, printed, Limit(allowed))) {
     case Wait::Late:
         return PairEnd::TimeLimit;
     case Wait::Refused:
@@ -160,19 +190,19 @@ PairEnd awaitPair(Child& prover, Child& reader, Output& output, std::chrono::mil
     case Wait::Over:
         break;
     }
-    if (!output.isTooMuch() && prover.reap().crashed) {
+    if (!printed.output.isTooMuch() && prover.reap().crashed) {
         return PairEnd::ProverCrashed;
     }
-    if (awaitEnd(reader, output, Limit(std::chrono::milliseconds(0))) == Wait::Refused) {
+    if (awaitEnd(reader, printed, Limit(std::chrono::milliseconds(0))) == Wait::Refused) {
         return PairEnd::Refused;
     }
-    if (!output.isTooMuch()) {
+    if (!printed.output.isTooMuch()) {
         if (reader.reap().crashed) {
             return PairEnd::ReaderCrashed;
         }
-        output.takeRest();
+        printed.output.takeRest();
     }
-    return output.isTooMuch() ? PairEnd::TooMuch : PairEnd::Read;
+    return printed.output.isTooMuch() ? PairEnd::TooMuch : PairEnd::Read;
 }
 
 /// Whether this signal has ended a child. It may have been sent to the whole group: then the guard
@@ -184,7 +214,7 @@ bool wasKilled(Child& child)
 
 /// Waits for a pair that was started, and leaves neither of the two. `starting` is why one of them
 /// was not started.
-PairResult finishPair(Child& prover, Child& reader, Output& output, const PairRun& run,
+PairResult finishPair(Child& prover, Child& reader, Printed& printed, const PairRun& run,
                       GroupLease& group, int starting)
 {
     PairResult result;
@@ -192,7 +222,7 @@ PairResult finishPair(Child& prover, Child& reader, Output& output, const PairRu
     if (isRefusal(error)) {
         result.end = PairEnd::Refused;
     } else {
-        result.end = awaitPair(prover, reader, output, run.timeLimit);
+        result.end = awaitPair(prover, reader, printed, run.timeLimit);
         error = errno;
     }
     if (result.end == PairEnd::TimeLimit || wasKilled(prover) || wasKilled(reader)) {
@@ -203,12 +233,39 @@ PairResult finishPair(Child& prover, Child& reader, Output& output, const PairRu
     if (result.end == PairEnd::Refused) {
         result.refusal = qt_error_string(error);
     } else if (result.end == PairEnd::Read) {
-        result.output = output.text();
+        result.output = printed.output.text();
     }
+    printed.errors.takeRest();
+    result.errors = printed.errors.text();
     return result;
 }
 
-WriterResult runWriterIn(GroupLease& group, const Arguments& arguments, int errors)
+/// Waits for a writer that was started, if it was. Without a pipe to empty there is nothing to do
+/// meanwhile.
+WriterResult finishWriter(Child& writer, Printed& printed, GroupLease& group)
+{
+    WriterResult result;
+    const Limit none(std::chrono::milliseconds(0));
+    if (printed.errors.number() >= 0 && awaitEnd(writer, printed, none) == Wait::Refused) {
+        const int error = errno;
+        writer.killAndReap();
+        result.end = WriterEnd::NotStarted;
+        result.writer.error = error;
+        return result;
+    }
+    result.writer = writer.reap();
+    if (wasKilled(writer)) {
+        group.end();
+    }
+    result.end = !result.writer.started  ? WriterEnd::NotStarted
+                 : result.writer.crashed ? WriterEnd::Crashed
+                                         : WriterEnd::Exited;
+    printed.errors.takeRest();
+    result.errors = printed.errors.text();
+    return result;
+}
+
+WriterResult runWriterIn(GroupLease& group, const Arguments& arguments, std::size_t kept)
 {
     WriterResult result;
     const Descriptor null(openNull());
@@ -217,8 +274,11 @@ WriterResult runWriterIn(GroupLease& group, const Arguments& arguments, int erro
         result.writer.error = errno;
         return result;
     }
-    const Streams streams(null.number(), null.number(), errors < 0 ? null.number() : errors,
+    Pipe errors = openErrors(kept);
+    const Streams streams(null.number(), null.number(),
+                          errors.isOpen() ? errors.toWrite.number() : null.number(),
                           group.lifeline());
+    Printed printed = {Output(Descriptor(), 0), Output(std::move(errors.toRead), kept)};
     Child child;
     const bool open = group.start([&] {
         child.start(arguments, streams, group.id());
@@ -226,14 +286,8 @@ WriterResult runWriterIn(GroupLease& group, const Arguments& arguments, int erro
     if (!open) {
         return result;
     }
-    result.writer = child.reap();
-    if (wasKilled(child)) {
-        group.end();
-    }
-    result.end = !result.writer.started  ? WriterEnd::NotStarted
-                 : result.writer.crashed ? WriterEnd::Crashed
-                                         : WriterEnd::Exited;
-    return result;
+    errors.close();
+    return finishWriter(child, printed, group);
 }
 
 PairResult runPairIn(GroupLease& group, const Arguments& prover, const Arguments& reader,
@@ -241,21 +295,23 @@ PairResult runPairIn(GroupLease& group, const Arguments& prover, const Arguments
 {
     const Descriptor null(openNull());
     Pipe between;
-    Pipe printed;
-    if (!null.isOpen() || !between.open() || !printed.open()) {
+    Pipe answers;
+    if (!null.isOpen() || !between.open() || !answers.open()) {
         return refused(errno);
     }
     const Descriptor file(run.input.isEmpty() ? openNull() : openInput(run.input));
     int proving = file.isOpen() ? 0 : errno;
     int reading = 0;
+    Pipe errors = openErrors(run.errors);
 
     // All that takes memory is made before the first child.
     const int lifeline = group.lifeline();
-    const int errors = run.errors < 0 ? null.number() : run.errors;
-    const Streams proverStreams(file.number(), between.toWrite.number(), errors, lifeline);
-    const Streams readerStreams(between.toRead.number(), printed.toWrite.number(), errors,
+    const int failing = errors.isOpen() ? errors.toWrite.number() : null.number();
+    const Streams proverStreams(file.number(), between.toWrite.number(), failing, lifeline);
+    const Streams readerStreams(between.toRead.number(), answers.toWrite.number(), failing,
                                 lifeline);
-    Output output(std::move(printed.toRead), run.most);
+    Printed printed = {Output(std::move(answers.toRead), run.most),
+                       Output(std::move(errors.toRead), run.errors)};
     Child provers;
     Child readers;
     const bool open = group.start([&] {
@@ -270,9 +326,10 @@ PairResult runPairIn(GroupLease& group, const Arguments& prover, const Arguments
         return {};
     }
     between.close();
-    printed.close();
+    answers.close();
+    errors.close();
     PairResult result =
-        finishPair(provers, readers, output, run, group, isRefusal(proving) ? proving : reading);
+        finishPair(provers, readers, printed, run, group, isRefusal(proving) ? proving : reading);
     result.prover.error = proving; // also when its input was to blame
     return result;
 }

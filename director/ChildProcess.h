@@ -3,8 +3,10 @@
 // Running the external tools: a writer alone, or a prover piped into a reader.
 //
 // Standard input is a file or empty, and output that nobody reads goes to the null device. Only the
-// reader's output comes to us, through a pipe that is emptied while the pair runs. So whatever the
-// children print, and in whatever order they end, no pair of them can block the other.
+// reader's output comes to us, and standard error when it is asked for, through pipes that are
+// emptied while the children run. So whatever the children print, and in whatever order they end,
+// no pair of them can block the other. What comes to us is what was printed up to their end: a
+// process that they leave behind with its output open is not waited for.
 //
 // Nothing here prints; the callers turn the plain records into log lines. The functions may be
 // called from several threads at once.
@@ -24,12 +26,13 @@ enum class WriterEnd { Exited, Crashed, NotStarted, Stopped };
 /// What to run as a writer.
 struct WriterRun {
     Command writer;
-    int errors = -1; ///< an open file that takes its standard error; negative: nobody reads it
+    std::size_t errors = 0; ///< bytes of its standard error that are kept; 0: nobody reads it
 };
 
 struct WriterResult {
     WriterEnd end = WriterEnd::Stopped;
     ChildEnd writer;
+    QByteArray errors; ///< the first that it printed on its standard error
 };
 
 /// Runs a writer to its end, without a time limit. Its standard input is empty and its output is
@@ -52,8 +55,8 @@ struct PairRun {
     Command prover;
     QString input; ///< the file on the prover's standard input; empty: an empty input
     Command reader;
-    std::size_t most = 0; ///< bytes that the reader may print
-    int errors = -1;      ///< as for a writer, for both
+    std::size_t most = 0;   ///< bytes that the reader may print
+    std::size_t errors = 0; ///< as for a writer, for both
 
     std::chrono::milliseconds timeLimit{0}; ///< of the prover, from the start of both; 0: none
     std::uint64_t memoryLimit = 0;          ///< of the prover's address space, in bytes; 0: none
@@ -65,12 +68,11 @@ struct PairResult {
     QString refusal;   ///< why the system refused a start
     ChildEnd prover;
     ChildEnd reader;
+    QByteArray errors; ///< the first that both printed on their standard error, however they ended
 };
 
 /// Runs the prover with its output piped into the reader, until both have ended. A prover
 /// that runs longer than its limit is killed with all that lives in the group, and the reader too;
 /// once the prover has ended, the reader has no limit. A prover whose input cannot be opened counts
-/// as one that cannot be executed. The reader's output is what was printed up to its end: a process
-/// that it leaves behind with its output open is not waited for. A reader that prints more than
-/// `most` bytes is killed.
+/// as one that cannot be executed. A reader that prints more than `most` bytes is killed.
 PairResult runPair(const PairRun& run, ProcessGroups& groups);

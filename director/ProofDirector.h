@@ -50,7 +50,6 @@
 #include <utility>
 #include <vector>
 
-class ErrorOutput;
 class ProcessGroups;
 class ReaderLines;
 class SavedFile;
@@ -275,8 +274,8 @@ private:
     bool endJob(std::size_t index);
     bool loseJob(std::size_t index, const job_end_t& end);
     void endAllJobs();
-    int roomForErrors(const job_state_t& state) const;
-    static void recordErrors(const ErrorOutput& printed, job_state_t& state);
+    std::size_t roomForErrors(const job_state_t& state) const;
+    static void recordErrors(const QByteArray& printed, job_state_t& state);
     static void recordWriter(const writer_data_t& run, const WriterResult& result, bool found,
                              job_state_t& state);
     static void recordPair(const prover_data_t& job, const PairResult& result, job_state_t& state);

@@ -6,7 +6,6 @@
 #include "director/ProofDirectorObserver.h"
 
 #include "director/ChildProcess.h"
-#include "director/ErrorOutput.h"
 #include "director/ProofDirector.h"
 #include "director/ProofDirector_p.h"
 #include "director/jobs.h"
@@ -18,6 +17,10 @@ namespace
 
 /// How much the two counts of this process's memory may differ by chance, in KiB.
 constexpr std::int64_t PEAK_NOISE = 1024;
+
+/// What is kept of the standard error of a job's tools, in bytes: a tool that prints without end
+/// must not take the memory of the machine.
+constexpr std::size_t ERRORS_KEPT = std::size_t(1) << 20;
 
 tool_run_t runOf(const ChildEnd& end)
 {
@@ -103,17 +106,17 @@ void ProofDirector::announceJob(std::size_t index, job_state_t& state)
 }
 
 /// How much of the standard error of a job's next tools is kept.
-int ProofDirector::roomForErrors(const job_state_t& state) const
+std::size_t ProofDirector::roomForErrors(const job_state_t& state) const
 {
     return state.record && settings.keepErrorOutput
-               ? ErrorOutput::MOST - state.record->errorOutput.size()
+               ? ERRORS_KEPT - static_cast<std::size_t>(state.record->errorOutput.size())
                : 0;
 }
 
-void ProofDirector::recordErrors(const ErrorOutput& printed, job_state_t& state)
+void ProofDirector::recordErrors(const QByteArray& printed, job_state_t& state)
 {
-    if (printed.number() >= 0) {
-        state.record->errorOutput += printed.text();
+    if (state.record) {
+        state.record->errorOutput += printed;
     }
 }
 

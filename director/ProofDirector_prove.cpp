@@ -7,7 +7,6 @@
 
 #include "base/LogLine.h"
 #include "director/ChildProcess.h"
-#include "director/ErrorOutput.h"
 #include "director/ProofDirectorObserver.h"
 #include "director/ProofDirector_p.h"
 #include "director/SaveGroup.h"
@@ -78,17 +77,16 @@ void ProofDirector::proveEntry(const std::size_t& index)
 PairResult ProofDirector::runProver(const prover_data_t& job, job_state_t& state)
 {
     const bool fed = driver.prover.input == mechanism::input_t::standardInput;
-    const ErrorOutput printed(roomForErrors(state));
     PairRun run;
     run.prover = {job.cmdp, job.argsp};
     run.input = fed ? job.inpath : QString();
     run.reader = {job.cmdr, job.argsr};
     run.most = outputLimit(job);
-    run.errors = printed.number();
+    run.errors = roomForErrors(state);
     run.timeLimit = settings.timeLimit;
     run.memoryLimit = settings.memoryLimit;
     PairResult result = runPair(run, *processes);
-    recordErrors(printed, state);
+    recordErrors(result.errors, state);
     return result;
 }
 

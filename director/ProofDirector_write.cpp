@@ -6,7 +6,6 @@
 
 #include "base/LogLine.h"
 #include "director/ChildProcess.h"
-#include "director/ErrorOutput.h"
 #include "director/ProofDirectorObserver.h"
 #include "director/ProofDirector_p.h"
 
@@ -50,9 +49,8 @@ void ProofDirector::writeEntry(const std::size_t& index)
         endJob(index);
         return;
     }
-    const ErrorOutput printed(roomForErrors(state));
-    const WriterResult result = runWriter({{run.cmd, run.args}, printed.number()}, *processes);
-    recordErrors(printed, state);
+    const WriterResult result = runWriter({{run.cmd, run.args}, roomForErrors(state)}, *processes);
+    recordErrors(result.errors, state);
     const bool found = isThere(run.po2filename);
     recordWriter(run, result, found, state);
     judgeWriter(run, result.end, found);
