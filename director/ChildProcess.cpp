@@ -182,7 +182,8 @@ Wait awaitEnd(const Child& child, Printed& printed, const Limit& limit)
 /// `errno`.
 PairEnd awaitPair(Child& prover, Child& reader, Printed& printed, std::chrono::milliseconds allowed)
 {
-    switch (awaitEnd(prover, printed, Limit(allowed))) {
+    const Limit limit(allowed);
+    switch (awaitEnd(prover, printed, limit)) {
     case Wait::Late:
         return PairEnd::TimeLimit;
     case Wait::Refused:
@@ -193,8 +194,13 @@ PairEnd awaitPair(Child& prover, Child& reader, Printed& printed, std::chrono::m
     if (!printed.output.isTooMuch() && prover.reap().crashed) {
         return PairEnd::ProverCrashed;
     }
-    if (awaitEnd(reader, printed, Limit(std::chrono::milliseconds(0))) == Wait::Refused) {
+    switch (awaitEnd(reader, printed, limit)) {
+    case Wait::Late:
+        return PairEnd::TimeLimit;
+    case Wait::Refused:
         return PairEnd::Refused;
+    case Wait::Over:
+        break;
     }
     if (!printed.output.isTooMuch()) {
         if (reader.reap().crashed) {

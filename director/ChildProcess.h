@@ -44,7 +44,7 @@ enum class PairEnd {
     Read,          ///< both ended by themselves (or were programs that cannot be executed)
     ProverCrashed, ///< the reader was killed; there is no output
     ReaderCrashed, ///< there is no output
-    TimeLimit,     ///< the prover ran too long, and the group was killed; there is no output
+    TimeLimit,     ///< the two ran too long, and the group was killed; there is no output
     TooMuch,       ///< the reader printed too much, and both were killed; there is no output
     Refused,       ///< the system had no room for another process or file; there is no output
     Stopped        ///< the groups were closed before the start
@@ -58,7 +58,7 @@ struct PairRun {
     std::size_t most = 0;   ///< bytes that the reader may print
     std::size_t errors = 0; ///< as for a writer, for both
 
-    std::chrono::milliseconds timeLimit{0}; ///< of the prover, from the start of both; 0: none
+    std::chrono::milliseconds timeLimit{0}; ///< of both, from their start; 0: none
     std::uint64_t memoryLimit = 0;          ///< of the prover's address space, in bytes; 0: none
 };
 
@@ -71,8 +71,8 @@ struct PairResult {
     QByteArray errors; ///< the first that both printed on their standard error, however they ended
 };
 
-/// Runs the prover with its output piped into the reader, until both have ended. A prover
-/// that runs longer than its limit is killed with all that lives in the group, and the reader too;
-/// once the prover has ended, the reader has no limit. A prover whose input cannot be opened counts
+/// Runs the prover with its output piped into the reader, until both have ended. When one of them
+/// still runs at the limit, all that lives in the group is killed: a prover may have ended and left
+/// a child that holds up the reader. A prover whose input cannot be opened counts
 /// as one that cannot be executed. A reader that prints more than `most` bytes is killed.
 PairResult runPair(const PairRun& run, ProcessGroups& groups);

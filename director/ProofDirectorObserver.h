@@ -27,7 +27,7 @@ enum class job_end_t : int {
     wrongCount,  ///< more or fewer lines than goals
     tooMuch,     ///< the reader printed without end
     refused,     ///< the system had no room to start the prover or the reader
-    timeLimit,   ///< the prover ran longer than the settings allow, and was killed
+    timeLimit,   ///< prover and reader ran longer than the settings allow, and were killed
     memoryLimit, ///< the prover failed under the memory limit of the settings
     outOfMemory, ///< this process has no memory left for the job
     stopped, ///< by `stop`, or its driver was ended before it was proved, by an exception for one

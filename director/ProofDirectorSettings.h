@@ -34,7 +34,8 @@ struct ProofDirectorSettings {
 
     std::ostream* report = &std::cout; ///< takes the report; null: there is none
 
-    /// A prover that runs longer is killed with its whole process group, and its job is lost.
+    /// A prover and its reader that take longer are killed with their whole process group, and the
+    /// job is lost: also when the prover has ended, and what it left running holds up the reader.
     std::chrono::milliseconds timeLimit{0}; ///< 0: no limit
     /// The address space of each prover. A job is lost when its prover fails under this limit.
     std::uint64_t memoryLimit = 0; ///< in bytes; 0: no limit

@@ -130,8 +130,8 @@ void ProofDirector::tellEnd(const job_end_t& end, const prover_data_t& job,
         tellFailure("Driver reader crashed.\n", QObject::tr("Driver %1 reader crashed."));
         break;
     case job_end_t::timeLimit:
-        tellFailure("Driver prover killed at the time limit.\n",
-                    QObject::tr("Driver %1 prover ran into the time limit."));
+        tellFailure("Driver prover or reader killed at the time limit.\n",
+                    QObject::tr("Driver %1 prover or reader ran into the time limit."));
         break;
     case job_end_t::memoryLimit:
         tellFailure("Driver prover failed under the memory limit.\n",

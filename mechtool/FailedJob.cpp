@@ -70,7 +70,7 @@ QString failureOfEnd(const job_ended_t& job)
         return QStringLiteral("the system refused to start the prover or the reader: %1")
             .arg(job.reason);
     case job_end_t::timeLimit:
-        return QStringLiteral("the prover reached the time limit");
+        return QStringLiteral("the prover or its reader reached the time limit");
     case job_end_t::memoryLimit:
         return QStringLiteral("the prover failed under the memory limit");
     case job_end_t::outOfMemory:

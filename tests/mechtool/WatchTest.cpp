@@ -169,7 +169,7 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
          "put_ring.2, a\\x1b[2J.1: the reader gave no verdict on a\\x1b[2J.1"},
         {"no file", noFile, "put_ring.1: the writer left no file /t/f 1.po2, its exit status is 0"},
         {"limit", endedBy(job_end_t::timeLimit, crashed(ONE)),
-         "put_ring.1: the prover reached the time limit"},
+         "put_ring.1: the prover or its reader reached the time limit"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.label);
