@@ -50,7 +50,7 @@ QString goalRow(const content_t& content, const place_t& place)
     QString text = QStringLiteral("<tr class=") + classOf(goal.status);
     const QString keys = recordKeys(content, goal);
     if (!keys.isEmpty()) {
-        text += QStringLiteral(" data-r=\"") + keys + QLatin1Char('"');
+        text += QStringLiteral(" data-r=\"") + keys + QStringLiteral("\"");
     }
     text += QStringLiteral("><td>") + marked(labelOf(content, place)) + QStringLiteral("<td>") +
             pos::strOfProofStatus(goal.status);
