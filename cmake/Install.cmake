@@ -41,7 +41,7 @@ install(DIRECTORY docs/schemas DESTINATION ${CMAKE_INSTALL_DATADIR}/mechrun COMP
 install(FILES README.md CONTRIBUTING.md CHANGELOG.md LICENSE
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 install(FILES docs/formats.md docs/manual.md docs/mechtool.md docs/performance.md
-  docs/reliability.md docs/report.md docs/run.md
+  docs/reliability.md docs/report.md docs/run.md docs/report.png
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
   PATTERN tools EXCLUDE PATTERN component-of EXCLUDE)
