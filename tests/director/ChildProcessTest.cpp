@@ -83,6 +83,15 @@ TEST_F(Children, AGrandchildHoldsNobodyAndEndsWithItsGroup)
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "a guard is left";
 }
 
+TEST_F(Children, WhatIsLeftOfAToolThatWasKilledEndsAtOnce)
+{
+    const std::string killed = "sleep 1000 & echo $! >" + dir.path("pid") + "; kill -KILL $$";
+    EXPECT_EQ(pair(":", killed).end, PairEnd::ReaderCrashed);
+    EXPECT_TRUE(test::hasEnded(pidIn("pid"), true));
+    EXPECT_EQ(runWriter({script("w", killed)}, groups).end, WriterEnd::Crashed);
+    EXPECT_TRUE(test::hasEnded(pidIn("pid"), true));
+}
+
 TEST_F(Children, AToolThatKillsItsOwnGroupCrashesAndHarmsNobodyElse)
 {
     std::thread other([this] {
@@ -92,12 +101,19 @@ TEST_F(Children, AToolThatKillsItsOwnGroupCrashesAndHarmsNobodyElse)
     while (!test::exists(dir.path("up"))) {
         ::usleep(1000);
     }
+    const std::string guard = "cut -d ' ' -f 5 /proc/self/stat";
+    const std::string next = "cat /proc/$(" + guard + ")/cmdline"; // which needs a guard, too
     for (const std::string signal : {"TERM", "KILL"}) {
         EXPECT_EQ(pair("kill -" + signal + " 0; sleep 9", "cat").end, PairEnd::ProverCrashed);
-        const PairResult next = pair("cat /proc/$(cut -d ' ' -f 5 /proc/self/stat)/cmdline", "cat");
-        EXPECT_TRUE(next.output.contains("mechrun-guard")) << "the next one needs a guard, too";
+        EXPECT_TRUE(pair(next, "cat").output.contains("mechrun-guard")) << signal;
     }
     other.join();
+    groups.endIdle();
+    pair(guard + " >" + dir.path("pid") + "; { sleep 0.1; kill -KILL 0; } >&2 &", ":");
+    EXPECT_TRUE(test::hasEnded(pidIn("pid"), true));
+    EXPECT_TRUE(pair(next, "cat").output.contains("mechrun-guard"));
+    groups.endIdle();
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "a guard is left";
 }
 
 TEST_F(Children, ATimeLimitEndsTheGroupAndTheNextJobHasAnother)
@@ -156,6 +172,10 @@ TEST_F(Children, AnEndThatNobodyCanTellIsACrash)
 {
     ::signal(SIGCHLD, SIG_IGN);
     EXPECT_EQ(pair("kill -9 $$", "echo Proved").end, PairEnd::ProverCrashed);
+    const Command quick = {QStringLiteral("/bin/true"), {}}; // gone before anybody waits for it
+    for (int round = 0; round < 20; ++round) {
+        EXPECT_EQ(runPair({quick, {}, quick, 9}, groups).end, PairEnd::ProverCrashed);
+    }
     EXPECT_EQ(runWriter({script("w", ":")}, groups).end, WriterEnd::Crashed);
     ::signal(SIGCHLD, SIG_DFL);
 }
@@ -175,6 +195,7 @@ TEST_F(Children, NothingStartsAfterAStop)
         EXPECT_EQ(after.start(words, streams, lease.id()), 0);
     });
     EXPECT_TRUE(test::hasEnded(after.id(), true));
+    EXPECT_FALSE(lease.start([] {}));
     EXPECT_EQ(pair("touch " + dir.path("late"), ":").end, PairEnd::Stopped);
     EXPECT_EQ(runWriter({script("w", "touch " + dir.path("late"))}, groups).end,
               WriterEnd::Stopped);
@@ -224,6 +245,8 @@ TEST_F(Children, ARefusedStartWaitsForOthersAndAloneIsAFailedJob)
     limit.rlim_cur = before;
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
     EXPECT_EQ(run().output, "x\n");
+    groups.endIdle();
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "a guard is left";
 }
 
 } // namespace

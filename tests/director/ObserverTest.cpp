@@ -269,6 +269,7 @@ TEST_F(Observed, AJobThatAnExceptionEndsHasStopped)
     settings.onlyGoal = "PO_0.9";
     EXPECT_THROW(replay({driverSaying(dir, "D1", "Proved")}, OPEN), std::out_of_range);
     EXPECT_EQ(watcher.ends[job_end_t::stopped], 1);
+    EXPECT_TRUE(watcher.last->verdicts.isEmpty()) << "they count for nothing";
 }
 
 TEST(JobEnd, WhoFailsUnderAMemoryLimitHasNotTried)

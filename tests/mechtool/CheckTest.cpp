@@ -254,13 +254,15 @@ TEST_F(Check, TheGateStopsWhatIsBelowTheLevel)
 
 TEST_F(Check, TheGateStopsWhatHasBeenLost)
 {
-    dir.write("old.pos", posText("Proved/Proved UnreliablyProved/UnreliablyProved Unproved "
-                                 "Proved/Proved Unproved | Proved/Proved Unproved | Unproved"));
+    dir.write("old.pos",
+              posText("Proved/Proved UnreliablyProved/UnreliablyProved Unproved "
+                      "Proved/Proved Unproved | UnreliablyProved Unproved | Unproved | "));
     expectFindings(
         posText("Disproved/Disproved Proved/Proved UnreliablyProved/UnreliablyProved"),
         {"goal PO_0.1: it was Proved, and is Disproved", "obligation PO_0 has 3 goals, and had 5",
          "goal PO_0.4: it was Proved, and is gone", "obligation PO_1 is gone, which had 2 goals",
-         "goal PO_1.1: it was Proved, and is gone", "obligation PO_2 is gone, which had 1 goal"},
+         "goal PO_1.1: it was UnreliablyProved, and is gone",
+         "obligation PO_2 is gone, which had 1 goal", "obligation PO_3 is gone, which had 0 goals"},
         "--baseline old.pos");
     dir.write("old.pos", posText("Unproved | Proved/Proved"));
     expectFindings(posText("Proved/Proved Unproved | Proved/Proved | Unproved"), {},

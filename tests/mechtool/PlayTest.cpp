@@ -3,6 +3,7 @@
 #include "tests/mechtool/MechtoolRun.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 
 namespace
@@ -185,9 +186,10 @@ TEST_F(Play, AReplayConfirmsEveryVerdictByItself)
     } rows[] = {
         {"confirmed", "always", "Proved", "Unknown", "", "Proved/Proved/Proved,Unknown", "", 0, "",
          "1 of 1 verdict confirmed; 0 goals worse, 0 better", "Proved/Proved/Proved,Unknown"},
-        {"lost", "always", "Unknown", "Unknown", "", "Proved/Proved/Proved,Unproved", "", 1,
-         "Lost:", "0 of 1 verdict confirmed; 1 goal worse, 0 better",
-         "Unproved/Unproved/Unknown,Unproved"},
+        {"lost", "always", "Unknown", "", "",
+         "Proved/Proved/Proved,Unproved Proved/Proved/Proved,Unproved", "", 1,
+         "Lost:", "0 of 2 verdicts confirmed; 2 goals worse, 0 better",
+         "Unproved/Unproved/Unknown,Unproved Unproved/Unproved/Unknown,Unproved"},
         {"refuted", "always", "Disproved", "", "", "Proved/Proved/Proved,Unproved", "", 1,
          "Contradictions", "1 goal worse", "Disproved/Disproved/Disproved,Unproved"},
         {"proved that was refuted", "always", "Proved", "", "",
@@ -219,6 +221,15 @@ TEST_F(Play, AReplayConfirmsEveryVerdictByItself)
         {"lost, but another driver was not asked", "always", "Unknown", "Proved", "--driver D1",
          "Proved/Proved/Proved,Proved", "", 0, "Lost records",
          "0 of 1 verdict confirmed; 0 goals worse", "Proved/Proved/Unknown,Proved"},
+        {"open, and its driver says the opposite", "always", "Disproved", "", "",
+         "Unproved/Unproved/Proved,Unproved", "", 1, "Contradictions", "1 goal worse, 0 better",
+         "Disproved/Disproved/Disproved,Unproved"},
+        {"unreliably proved without a driver", "never", "Proved", "", "",
+         "UnreliablyProved/UnreliablyProved/Unproved,Unproved", "", 1, "Lost:", "1 goal worse",
+         "Unproved/Unproved/Unproved,Unproved"},
+        {"a refutation beside a lost proof", "always", "Unknown", "", "--only-proved",
+         "Disproved/Disproved/Proved,Disproved", "", 0, "Lost records", "0 goals worse",
+         "Disproved/Disproved/Unknown,Disproved"},
         {"driver not asked for", "always", "Unknown", "Proved", "--driver D2",
          "Proved/Proved/Proved,Proved", "", 0, "", "1 of 1 verdict confirmed",
          "Proved/Proved/Proved,Proved"},
@@ -338,6 +349,21 @@ TEST_F(Play, WhatChangesUnderARunIsNoticed)
         std::string::npos);
 }
 
+TEST_F(Play, AsManyJobsRunAtOnceAsAreAskedForAndAPlayThatIsNotSavedHasFailed)
+{
+    const std::string meets = "mkdir one 2>&- && exec timeout 9 cat meet; timeout 9 tee meet";
+    const std::string proved = " Proved/Proved/Proved Proved/Proved/Proved Proved/Proved/Proved";
+    component({driverWith("D1", meets)},
+              "Unproved/Unproved/Unproved Unproved/Unproved/Unproved" + proved + proved);
+    const std::string words = " play -M m -j 2" + FILES; // the status file has no room
+    const std::string limited =
+        "cd " + dir.path() + "; mkfifo meet; trap '' XFSZ; ulimit -f 1; exec >out 2>err ";
+    EXPECT_EQ(WEXITSTATUS(std::system((limited + MECHTOOL + words).c_str())), 2);
+    std::filesystem::remove(dir.path("one"));
+    EXPECT_EQ(run(words).status, 0);
+    EXPECT_EQ(statuses().find("Unproved"), std::string::npos);
+}
+
 TEST_F(Play, AModelIsPrintedAndTheFileStays)
 {
     test::Driver with = driver("D1", "Disproved 'x = 1' '\x1b[2J'");
@@ -366,15 +392,20 @@ TEST_F(Play, ASignalIsAnOrderlyStop)
             ::unlink(dir.path("pid").c_str());
             component({driverThatHangs()}, "Unproved/Unproved/Proved Unproved/Unproved/Proved");
             const std::string before = test::contentOf(dir.path("comp.pos"));
-            const pid_t child = start(command + " -M m -j 1" + FILES);
+            ::signal(SIGHUP, signal == SIGHUP ? SIG_DFL : SIG_IGN); // as nohup does
+            const pid_t child = start(command + " -M m -j 1 -d temp" + FILES);
+            ::signal(SIGHUP, SIG_DFL);
             const int prover = pidOfProver();
+            signal == SIGHUP ? 0 : ::kill(child, SIGHUP);
             ::kill(child, signal);
+            signal == SIGINT ? 0 : ::kill(child, signal); // only a second interrupt hurries
             const outcome_t outcome = end(child);
             EXPECT_EQ(outcome.status, 128 + signal);
             EXPECT_NE(outcome.err.find("stopped: 0 of 2 goals done; the POS file "),
                       std::string::npos)
                 << outcome.err;
             EXPECT_TRUE(std::filesystem::is_empty(dir.path("tmp")));
+            EXPECT_FALSE(test::exists(dir.path("temp/comp_mech_D1_0_0.po2")));
             EXPECT_TRUE(test::hasEnded(prover, true));
             EXPECT_EQ(command == "replay", before == test::contentOf(dir.path("comp.pos")));
         }
@@ -400,16 +431,16 @@ TEST_F(Play, AJobBeyondALimitIsLostAndTheNextOneRuns)
         const char* fault;
         const char* said;
     } rows[] = {
-        {"--time-limit 1", "sleep 100 & wait", "time limit"},
+        {"--time-limit 1", "echo why >&2; sleep 100 & wait", "time limit"},
         {"--memory-limit 100", "exec /bin/dd if=/dev/zero of=/dev/null bs=900M count=1",
          "memory limit"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.words);
         ::unlink(dir.path("first").c_str());
-        component(
-            {driverWith("D1", std::string("mkdir first 2>&- && { ") + row.fault + "; }; cat")},
-            "Unproved/Unproved/Unproved Unproved/Unproved/Unproved");
+        component({driverWith("D1", std::string("mkdir first 2>&- && { ") + row.fault +
+                                        "; }; sleep 0.1; cat")},
+                  "Unproved/Unproved/Unproved Unproved/Unproved/Unproved");
         std::filesystem::remove_all(dir.path("first"));
         const outcome_t outcome =
             run(std::string("play -M m -j 1 --keep-failed kept ") + row.words + FILES);
@@ -417,6 +448,8 @@ TEST_F(Play, AJobBeyondALimitIsLostAndTheNextOneRuns)
         EXPECT_EQ(statuses(), "Unproved/Unproved/Unproved Proved/Proved/Proved");
         EXPECT_NE(outcome.err.find(row.said), std::string::npos) << outcome.err;
         EXPECT_NE(outcome.err.find("PO_0.1"), std::string::npos) << outcome.err;
+        EXPECT_EQ(test::contentOf(dir.path("kept/mech_D1_PO_0.1/errors.txt")),
+                  "noise\nnoise\nwhy\n");
         EXPECT_NE(outcome.out.find("  1       1        0        0            1  "),
                   std::string::npos)
             << outcome.out;
