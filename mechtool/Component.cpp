@@ -153,6 +153,26 @@ QString faultOf(const QString& file)
     return QStringLiteral("line %1: %2").arg(QString::number(reader.lineNumber()), fault);
 }
 
+namespace
+{
+
+/// Whether the first goal tells that this is the file of the proof obligations, which has the same
+/// root: a play would write into it. A goal without records is empty.
+bool holdsFormulas(const QDomDocument& document)
+{
+    for (const QDomElement& obligation : pos::obligationsOf(document)) {
+        for (const QDomElement& goal : pos::goalsOf(obligation)) {
+            return !goal.firstChildElement().isNull() && !goal.hasAttribute(pos::ATTR_STATUS) &&
+                   goal.firstChildElement(pos::TAG_PROOF_STATE).isNull() &&
+                   goal.firstChildElement(pos::TAG_IAPA).isNull() &&
+                   goal.firstChildElement(pos::TAG_MECHANISM).isNull();
+        }
+    }
+    return false;
+}
+
+} // namespace
+
 QDomDocument loadDocument(const QString& file)
 {
     const QString obstacle = obstacleOf(file);
@@ -177,6 +197,11 @@ QDomDocument loadDocument(const QString& file)
     if (root.tagName() != pos::TAG_PROOF_OBLIGATIONS) {
         throw NoPosFile(file, QStringLiteral("no POS file: it holds <%1>, not <%2>: check the path")
                                   .arg(shown(root.tagName()), pos::TAG_PROOF_OBLIGATIONS));
+    }
+    if (holdsFormulas(document)) {
+        throw NoPosFile(file,
+                        QStringLiteral("no POS file: its goals have no records, but something "
+                                       "else: are these the proof obligations (-p)?"));
     }
     return document;
 }

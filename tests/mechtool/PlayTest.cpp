@@ -133,6 +133,7 @@ TEST_F(Play, WhatCannotBePlayedIsSaidBeforeTheFirstJob)
         {"-m m/mech.xml -s none.pos -p comp.pog", "none.pos: there is no such file"},
         {"-m m/mech.xml -s m -p comp.pog", "m: this is a folder"},
         {"-m m/mech.xml -s m/mech.xml -p comp.pog", "no POS file"},
+        {"-m m/mech.xml -s goals.pog -p comp.pog", "are these the proof obligations (-p)?"},
         {"-m m/mech.xml -s bad.pos -p comp.pog", "bad.pos: not well-formed: line 1"},
         {"-m m/mech.xml -s word.pos -p comp.pog", "goal PO_0.1"},
         {"-m m/mech.xml -s comp.pos -p none.pog", "none.pog: the proof obligations cannot be read"},
@@ -152,6 +153,8 @@ TEST_F(Play, WhatCannotBePlayedIsSaidBeforeTheFirstJob)
     dir.write("m/more/mech.xml", test::mechanismText("always", {driver("D1", "Proved")}));
     dir.write("m/lost.xml", test::mechanismText("always", {{"D1", "", {"/none"}, {}, {}}}));
     dir.write("bad.pos", "<Proof_Obligations><x>");
+    dir.write("goals.pog", "<Proof_Obligations><Proof_Obligation><Simple_Goal><Goal>x</Goal>"
+                           "</Simple_Goal></Proof_Obligation></Proof_Obligations>");
     dir.write("word.pos", test::posText("Prooved"));
     const std::string before = test::contentOf(dir.path("comp.pos"));
     for (const auto& row : rows) {
