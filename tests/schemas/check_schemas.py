@@ -83,9 +83,9 @@ class Schemas(unittest.TestCase):
         path.chmod(mode)
         return path
 
-    def is_valid(self, schema, file):
+    def is_valid(self, schema, file, place='docs/schemas'):
         result = subprocess.run(['xmllint', '--noout', '--nonet', '--schema',
-                                 SOURCE / 'docs/schemas' / schema, file], capture_output=True,
+                                 SOURCE / place / schema, file], capture_output=True,
                                 text=True, timeout=60, check=False)
         self.assertIn(result.returncode, (0, 3, 4), result.stderr)  # others: a broken schema
         return result.returncode == 0, result.stderr
@@ -149,6 +149,17 @@ class Schemas(unittest.TestCase):
         self.validator('diff').validate(changes)
         gone = self.write('gone.pos', POS)
         self.validator('diff').validate(json.loads(self.mechtool('diff', old, gone, '--json')))
+
+    def test_results_for_build_servers_are_valid(self):
+        pos = self.write('c.pos', POS.replace('Goal status="Proved"', 'Goal status="Disproved"'))
+        for words in ((), ('--require', 'proved')):
+            for file in (pos, SOURCE / 'examples/buffer.pos'):
+                with self.subTest((file.name, words)):
+                    self.mechtool('report', file, '--junit', 'junit.xml', *words)
+                    junit = self.folder / 'junit.xml'
+                    self.assertTrue(*self.is_valid('junit.xsd', junit, 'tests/schemas'))
+        junit.write_text(junit.read_text().replace('classname=', 'class='))
+        self.assertFalse(self.is_valid('junit.xsd', junit, 'tests/schemas')[0])
 
     def test_journal_rules(self):
         journal = self.validator('journal')
