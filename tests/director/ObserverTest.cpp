@@ -12,6 +12,8 @@
 #include <iostream>
 #include <mutex>
 
+#include <sys/resource.h>
+
 namespace
 {
 
@@ -191,7 +193,9 @@ TEST_F(Observed, AJobTellsItsCommandsItsCostAndItsModel)
     EXPECT_EQ(job.readerCommand.program.toStdString(), dir.path("r"));
     EXPECT_GT(job.prover.processorSeconds, 0.005);
     EXPECT_GT(job.wallSeconds, job.prover.processorSeconds / 2);
-    EXPECT_GT(job.prover.peakKiB, 300 << 10);
+    rusage ours = {};
+    ::getrusage(RUSAGE_SELF, &ours); // what is not larger than this process cannot be told
+    EXPECT_TRUE(job.prover.peakKiB > 300 << 10 || ours.ru_maxrss > 300 << 10) << job.prover.peakKiB;
     EXPECT_EQ(job.reader.peakKiB, 0) << "less than this process has";
 }
 
