@@ -43,7 +43,7 @@ protected:
                                     ":$PATH LC_ALL=C exec " + before + "mechrun " + words;
         const pid_t child = ::fork();
         if (child == 0) {
-            ::close_range(3, ~0U, 0); // whatever the test runner left open
+            ::close_range(3, ~0U, 0);     // whatever the test runner left open
             std::signal(SIGINT, SIG_DFL); // which the test runner may ignore
             ::execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
             ::_exit(127);
