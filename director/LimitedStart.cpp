@@ -12,6 +12,7 @@
 
 // The C library's own name for clone. A thread sanitizer that takes the place of the other one
 // treats the child as a copy of this process, which it is not.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the C library's own name
 extern "C" int __clone(int (*function)(void*), void* stack, int flags, void* argument, ...);
 
 namespace

@@ -71,7 +71,7 @@ public:
     /// All that is left, every line ended.
     QByteArray takeRest()
     {
-        const QByteArray rest = atEnd() ? QByteArray() : text.mid(next) + '\n';
+        QByteArray rest = atEnd() ? QByteArray() : text.mid(next) + '\n';
         next = text.size() + 1;
         return rest;
     }

@@ -49,7 +49,7 @@ bool Options::read(const QStringList& words)
 
 QString Options::required(const QString& option) const
 {
-    const QString given = value(option);
+    QString given = value(option);
     if (given.isEmpty()) {
         throw CannotAnswer(QStringLiteral("--%1 is missing: %2").arg(option, seeHelp()));
     }
@@ -73,7 +73,7 @@ int Options::number(const QString& option, int least, int otherwise) const
 
 QStringList Options::arguments(int least, int most) const
 {
-    const QStringList given = parser.positionalArguments();
+    QStringList given = parser.positionalArguments();
     if (given.size() < least) {
         throw CannotAnswer(QStringLiteral("an argument is missing: ") + seeHelp());
     }

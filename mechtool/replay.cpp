@@ -135,7 +135,7 @@ component_t componentToConfirm(const QString& pos)
 QString copyOf(const QString& pos, const file_stamp_t& read, const TemporaryFolder& folder)
 {
     const QString place = folder.path(QStringLiteral("source"));
-    const QString copy = place + QLatin1Char('/') + QFileInfo(pos).fileName();
+    QString copy = place + QLatin1Char('/') + QFileInfo(pos).fileName();
     QFile file(pos);
     if (!QDir().mkdir(place) || !file.copy(copy)) {
         throw CannotAnswer(
