@@ -214,9 +214,10 @@ pos::status_t statusByVerdicts(mechanism::trust_t trust, std::size_t proofs, boo
 }
 
 /// Where a verdict was not asked for, the status does not follow from the pass alone: what was not
-/// asked counts as it stands.
-void keepWhatWasNotAsked(const component_t& component, mechanism::trust_t trust,
-                         confirmation_t& confirmation)
+/// asked counts as it stands. Where one was not confirmed, the pass may have taken it all the same,
+/// from a job in which a tool failed: then the confirmed ones alone count.
+void settleStatuses(const component_t& component, mechanism::trust_t trust,
+                    confirmation_t& confirmation)
 {
     for (auto& [address, goal] : confirmation.goals) {
         const mechanism_record_t* record = recordOf(
@@ -224,6 +225,7 @@ void keepWhatWasNotAsked(const component_t& component, mechanism::trust_t trust,
         std::size_t proofs = 0;
         bool refuted = false;
         bool allAsked = true;
+        bool allConfirmed = true;
         for (const driver_record_t& driver : record->drivers) {
             const auto asked = std::find_if(goal.drivers.begin(), goal.drivers.end(),
                                             [&](const confirmed_driver_t& verdict) {
@@ -234,9 +236,11 @@ void keepWhatWasNotAsked(const component_t& component, mechanism::trust_t trust,
             proofs += word == pos::ATTR_VALUE_PROVED ? 1 : 0;
             refuted = refuted || word == pos::ATTR_VALUE_DISPROVED;
             allAsked = allAsked && (isAsked || !isVerdict(driver.status, false));
+            allConfirmed = allConfirmed && !word.isNull();
         }
-        if (!allAsked) {
-            goal.after = statusByVerdicts(trust, proofs, refuted, goal.after);
+        if (!allAsked || !allConfirmed) {
+            goal.after =
+                statusByVerdicts(trust, proofs, refuted, allConfirmed ? goal.after : pos::UNPROVED);
         }
     }
 }
@@ -278,6 +282,6 @@ confirmation_t confirm(const component_t& component, const QString& file, bool o
             }
         }
     }
-    keepWhatWasNotAsked(component, mechanism.trust, confirmation);
+    settleStatuses(component, mechanism.trust, confirmation);
     return confirmation;
 }

@@ -260,18 +260,22 @@ TEST_F(Play, AReplayConfirmsEveryVerdictByItself)
 
 TEST_F(Play, ALostJobConfirmsNothingAndSaysWhy)
 {
-    // The reader says Proved in any case.
-    test::Driver writer = driverWith("D1", "cat");
-    writer.writer = {
-        dir.script("crash", "while [ \"$1\" != -o ]; do shift; done; echo x > \"$2\"; kill -9 $$")};
+    const std::string crash = "while [ \"$1\" != -o ]; do shift; done; echo x > \"$2\"; kill -9 $$";
     const struct {
-        test::Driver driver;
+        bool crashes; ///< the writer, which leaves its file: the reader says Proved
+        const char* prover;
         const char* reason;
-    } rows[] = {{driverWith("D1", "kill -SEGV $$"), "SIGSEGV"},
-                {writer, "the writer was ended by SIGKILL"}};
+    } rows[] = {{false, "kill -SEGV $$", "SIGSEGV"},
+                {true, "cat", "the writer was ended by SIGKILL"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.reason);
-        component({row.driver}, "Proved/Proved/Proved Proved Unproved/Unproved/Unknown");
+        test::Driver played = driverWith("D1", row.prover);
+        if (row.crashes) {
+            played.writer = {dir.script("crash", crash)};
+        }
+        component({played}, "Proved/Proved/Proved");
+        EXPECT_EQ(run("replay -M m" + FILES).status, 1);
+        component({played}, "Proved/Proved/Proved Proved Unproved/Unproved/Unknown");
         const outcome_t outcome = run("replay -M m --update" + FILES);
         EXPECT_EQ(outcome.status, 1);
         EXPECT_NE(outcome.out.find("PO_0.1  mech       D1      Proved  not confirmed"),
