@@ -178,29 +178,27 @@ Wait awaitEnd(const Child& child, Printed& printed, const Limit& limit)
     return Wait::Over;
 }
 
+/// How a pair ended of which one was not waited for to its end.
+PairEnd endWithout(Wait wait)
+{
+    return wait == Wait::Late ? PairEnd::TimeLimit : PairEnd::Refused;
+}
+
 /// Waits for both children and tells how they ended together; with `Refused` the reason is in
 /// `errno`.
 PairEnd awaitPair(Child& prover, Child& reader, Printed& printed, std::chrono::milliseconds allowed)
 {
     const Limit limit(allowed);
-    switch (awaitEnd(prover, printed, limit)) {
-    case Wait::Late:
-        return PairEnd::TimeLimit;
-    case Wait::Refused:
-        return PairEnd::Refused;
-    case Wait::Over:
-        break;
+    const Wait proving = awaitEnd(prover, printed, limit);
+    if (proving != Wait::Over) {
+        return endWithout(proving);
     }
     if (!printed.output.isTooMuch() && prover.reap().crashed) {
         return PairEnd::ProverCrashed;
     }
-    switch (awaitEnd(reader, printed, limit)) {
-    case Wait::Late:
-        return PairEnd::TimeLimit;
-    case Wait::Refused:
-        return PairEnd::Refused;
-    case Wait::Over:
-        break;
+    const Wait reading = awaitEnd(reader, printed, limit);
+    if (reading != Wait::Over) {
+        return endWithout(reading);
     }
     if (!printed.output.isTooMuch()) {
         if (reader.reap().crashed) {

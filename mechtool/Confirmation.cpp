@@ -5,6 +5,7 @@
 #include "mechtool/Interruption.h"
 #include "mechtool/MechanismFile.h"
 #include "mechtool/Text.h"
+#include "mechtool/WatchedObserver.h"
 #include "pos/document_text.h"
 #include "pos/walk.h"
 
@@ -28,29 +29,20 @@ struct answer_of_job_t {
 };
 
 /// Collects the verdicts, and lets the watch see everything.
-class Witness : public ProofDirectorObserver
+class Witness : public WatchedObserver
 {
 public:
-    Witness(const component_t& played, Watch& other) : component(played), watch(other) {}
+    Witness(const component_t& played, Watch& other) : WatchedObserver(other), component(played) {}
 
-    void driverBegins(const driver_begins_t& begun) override
-    {
-        driver = begun.driver;
-        watch.driverBegins(begun);
-    }
-    void jobBegins(const job_begins_t& job) override
-    {
-        watch.jobBegins(job);
-    }
     void jobEnded(const job_ended_t& job) override
     {
-        watch.jobEnded(job);
+        WatchedObserver::jobEnded(job);
         const std::lock_guard<std::mutex> lock(mutex);
         for (std::size_t i = 0; i < job.goals.size(); ++i) {
             // A verdict of a job in which a tool failed is none to rely on.
             const QString reason = whyNone(job);
             const QString word = job.verdicts.value(static_cast<int>(i));
-            answers[{job.goals[i], driver}] = {reason.isNull() ? word : QString(), reason};
+            answers[{job.goals[i], driver()}] = {reason.isNull() ? word : QString(), reason};
         }
     }
 
@@ -68,8 +60,6 @@ private:
     }
 
     const component_t& component;
-    Watch& watch;
-    QString driver; ///< changes only while no job runs
     std::mutex mutex;
 };
 

@@ -7,6 +7,7 @@
 #include "mechtool/PlayOptions.h"
 #include "mechtool/TemporaryFolder.h"
 #include "mechtool/Text.h"
+#include "mechtool/WatchedObserver.h"
 #include "mechtool/commands.h"
 
 #include <QFile>
@@ -17,29 +18,20 @@ namespace
 const QString GOAL = QStringLiteral("goal");
 
 /// Takes down what each driver finds.
-class Narrator : public ProofDirectorObserver
+class Narrator : public WatchedObserver
 {
 public:
-    Narrator(QString played, Watch& other) : goal(std::move(played)), watch(other) {}
+    Narrator(QString played, Watch& other) : WatchedObserver(other), goal(std::move(played)) {}
 
-    void driverBegins(const driver_begins_t& begun) override
-    {
-        driver = begun.driver;
-        watch.driverBegins(begun);
-    }
-    void jobBegins(const job_begins_t& job) override
-    {
-        watch.jobBegins(job);
-    }
     void jobEnded(const job_ended_t& job) override
     {
-        watch.jobEnded(job);
+        WatchedObserver::jobEnded(job);
         const QString word = job.verdicts.value(0);
         const QString model = QString::fromUtf8(job.model).trimmed();
         hasVerdict = hasVerdict || !word.isNull();
         hasModel = hasModel || !model.isEmpty();
         text += QStringLiteral("%1: %2 after %3\n")
-                    .arg(shown(driver),
+                    .arg(shown(driver()),
                          word.isNull() ? failureOf(job,
                                                    [this](std::size_t) {
                                                        return goal;
@@ -58,8 +50,6 @@ public:
 
 private:
     QString goal; ///< its name
-    Watch& watch;
-    QString driver;
 };
 
 /// The goal of that name; throws when there is none.
