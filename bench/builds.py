@@ -13,8 +13,8 @@ def release(root):
     folder = os.path.join(root, "build", "bench")
     subprocess.run(["cmake", "-S", root, "-B", folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
                     "-DMECHRUN_BUILD_TESTS=OFF"], check=True, stdout=subprocess.DEVNULL)
-    subprocess.run(["cmake", "--build", folder, "--target", "mechrun", "mechtool"], check=True,
-                   stdout=subprocess.DEVNULL)
+    subprocess.run(["cmake", "--build", folder, "--target", "mechrun", "mechtool",
+                    "mechlimit"], check=True, stdout=subprocess.DEVNULL)
     return os.path.join(folder, "app", "mechrun")
 
 

@@ -90,11 +90,12 @@ class SolverComponent:
     # Left to the other solver: Z3 needs its whole time limit for them.
     SLOW = ("spread_after_merge", "spread_after_put")
 
-    def __init__(self, folder, goals):
-        self.resources = self.tools_of_example(folder)
+    def __init__(self, folder, goals, limit):
+        """`limit` is the folder that holds mechlimit, through which the mechanism runs Z3."""
+        self.resources = self.tools_of_example(folder, limit)
         tools = os.path.join(EXAMPLES, "tools")
         self.writer = os.path.join(tools, "smt-writer")
-        self.prover = "/usr/bin/z3 -smt2 -in -t:1000 -T:10"
+        self.prover = f"{limit}/mechlimit 10 2048 /usr/bin/z3 -smt2 -in -t:1000"
         self.reader = os.path.join(tools, "smt-reader") + " FILE"
         self.mechanism = os.path.join(EXAMPLES, "mechanisms", "direct.xml")
         self.pog = os.path.join(folder, "solver.pog")
@@ -102,9 +103,10 @@ class SolverComponent:
         self.write_component(goals)
 
     @staticmethod
-    def tools_of_example(folder):
+    def tools_of_example(folder, limit):
         with open(os.path.join(EXAMPLES, "resources.in"), encoding="utf-8") as file:
-            text = file.read().replace("@TOOLS@", os.path.join(EXAMPLES, "tools"))
+            text = file.read()
+        text = text.replace("@TOOLS@", os.path.join(EXAMPLES, "tools")).replace("@LIMIT@", limit)
         return write(os.path.join(folder, "resources"), text)
 
     def write_component(self, goals):

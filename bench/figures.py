@@ -175,7 +175,8 @@ class Bench:
         return self.against("vs_parallel", self.component(200, 200), 2, parallel(2))
 
     def solver(self):
-        return self.against("solver", SolverComponent(self.folder, 200), 2, xargs(2))
+        limit = os.path.join(os.path.dirname(os.path.dirname(self.binary)), "limit")
+        return self.against("solver", SolverComponent(self.folder, 200, limit), 2, xargs(2))
 
     def growth(self):
         """Cost of a job beyond loading, and memory, as the component grows."""
