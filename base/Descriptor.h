@@ -8,7 +8,8 @@
 #include <unistd.h>
 
 /// Owns an open file and closes it in the end. The number is negative when opening the file failed.
-/// It is never that of a standard stream: prepareProcess() of base/Process.h has opened all three.
+/// It is never the number of a standard stream: prepareProcess() of base/Process.h has opened all
+/// three.
 class Descriptor
 {
 public:

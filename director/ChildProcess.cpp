@@ -178,7 +178,7 @@ Wait awaitEnd(const Child& child, Printed& printed, const Limit& limit)
     return Wait::Over;
 }
 
-/// How a pair ended of which one was not waited for to its end.
+/// How a pair ended when one of the two was not waited for to its end.
 PairEnd endWithout(Wait wait)
 {
     return wait == Wait::Late ? PairEnd::TimeLimit : PairEnd::Refused;

@@ -73,6 +73,6 @@ struct PairResult {
 
 /// Runs the prover with its output piped into the reader, until both have ended. When one of them
 /// still runs at the limit, all that lives in the group is killed: a prover may have ended and left
-/// a child that holds up the reader. A prover whose input cannot be opened counts
-/// as one that cannot be executed. A reader that prints more than `most` bytes is killed.
+/// a child that holds up the reader. A prover whose input cannot be opened counts as a program that
+/// cannot be executed. A reader that prints more than `most` bytes is killed.
 PairResult runPair(const PairRun& run, ProcessGroups& groups);

@@ -54,7 +54,8 @@ bool takeSignals(const Plan& plan)
     return ::syscall(SYS_rt_sigprocmask, SIG_SETMASK, &plan.mask, nullptr, SIGNAL_BYTES) == 0;
 }
 
-/// The limit comes last: until then the memory is that of this process, which may be larger.
+/// The limit comes last: until then the child shares the memory of this process, which may be
+/// larger.
 int runChild(void* given)
 {
     Plan& plan = *static_cast<Plan*>(given);

@@ -85,8 +85,8 @@ bool ProofDirector::hasWork() const
     return false;
 }
 
-/// Something of a job has failed: a line for the log, which is silent when an observer is told, and
-/// a message for those who ask later, about the driver and perhaps a file.
+/// Takes down a failure in a job: writes the line to the log, unless an observer is told instead,
+/// and keeps the message for `getErrors`, with the name of the driver and perhaps of a file.
 void ProofDirector::tellFailure(const std::string& line, const QString& message,
                                 const QString& file)
 {

@@ -167,7 +167,7 @@ public:
     void prepareDriver(std::size_t index);
 
     /// Appends the batches of goals for the current driver: one per obligation, perhaps empty; in a
-    /// play of one goal one that holds this goal, or none.
+    /// play of one goal a single batch that holds this goal, or none.
     void selectForDriver(std::vector<addresses_t>& batches);
 
     /// Replaces the writer runs of the current driver by those for `batches`. `directory` takes the
@@ -186,8 +186,8 @@ public:
     void writeAndProveJob();
 
     /// Runs the writer of job `index`; raises std::out_of_range when there is no such job. The
-    /// outcome shows in the log, in `getErrors`, and in whether the secondary file exists: one that
-    /// an earlier run has left is removed first, and when that fails, so has the job.
+    /// outcome shows in the log, in `getErrors`, and in whether the secondary file exists: a file
+    /// that an earlier run has left is removed first. When that fails, the job has failed, too.
     void writeEntry(const std::size_t& index);
 
     /// Runs prover and reader of job `index`, merges and reports the verdicts and saves the POS
@@ -332,8 +332,8 @@ private:
     int unprovedCount = 0;     ///< goals still unproved, for the report; guarded by `domMutex`
     mutable std::mutex domMutex;
 
-    /// Held while a job's marks are made and written, so that those of two jobs never mix. Taken
-    /// before `domMutex`.
+    /// Held while a job's marks are made and written, so that the marks of two jobs never mix.
+    /// Taken before `domMutex`.
     std::mutex reportMutex;
 
     /// The obligations of the document, each with its name and goals. Guarded by `domMutex`.

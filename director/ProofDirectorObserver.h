@@ -40,8 +40,8 @@ struct tool_run_t {
     int signal = 0;              ///< the signal that ended it, 0 for none
     int status = 0;              ///< its exit status, when no signal ended it
     double processorSeconds = 0; ///< of the tool and of the children that it waited for
-    /// The largest resident memory of one of them; 0 when it cannot be told: where it is not larger
-    /// than that of this process, which the system counts in.
+    /// The largest resident memory of one of them. 0 when it cannot be told: the system counts in
+    /// the memory of this process, and a smaller tool does not show beside it.
     std::int64_t peakKiB = 0;
 };
 

@@ -38,7 +38,7 @@ bool ProofDirector::readPosFile(QDomDocument& document) const
     return true;
 }
 
-/// Makes `document` the one that is played. Called with `domMutex` held.
+/// Takes `document` as the document to play. Called with `domMutex` held.
 void ProofDirector::takeDocument(const QDomDocument& document)
 {
     dom = document;

@@ -73,7 +73,7 @@ void ProofDirector::announceDriver(std::size_t index)
     settings.observer->driverBegins(begins);
 }
 
-/// The drivers still to run on each goal, those of `later` among them.
+/// The drivers still to run on each goal, the drivers of `later` among them.
 std::vector<QStringList> ProofDirector::driversOfGoals(std::size_t goals,
                                                        const QStringList& later) const
 {
@@ -169,8 +169,8 @@ bool ProofDirector::endJob(std::size_t index)
     return true;
 }
 
-/// The same of a job that did not come to its end by itself; its verdicts count once all are
-/// merged.
+/// Tells the observer that job `index` did not come to its end by itself. When all its verdicts are
+/// merged, they count all the same.
 bool ProofDirector::loseJob(std::size_t index, const job_end_t& end)
 {
     {
@@ -184,7 +184,7 @@ bool ProofDirector::loseJob(std::size_t index, const job_end_t& end)
     return endJob(index);
 }
 
-/// The same of the jobs that have begun, and that nobody runs any more.
+/// Tells the observer the end of the jobs that have begun and that nobody runs any more.
 void ProofDirector::endAllJobs()
 {
     if (settings.observer != nullptr) {

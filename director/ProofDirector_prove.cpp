@@ -90,7 +90,7 @@ PairResult ProofDirector::runProver(const prover_data_t& job, job_state_t& state
     return result;
 }
 
-/// How a job ends whose pair has ended so; says what is wrong.
+/// How a job ends, given how its prover and reader ended. Reports what is wrong.
 job_end_t ProofDirector::judgePair(const prover_data_t& job, const PairResult& result)
 {
     const ReaderLines lines(result.output);

@@ -1,7 +1,7 @@
 // Work. Hands the jobs of the driver being played out, each to one worker and in increasing order,
 // and runs them: on the thread that plays, on worker threads, or on threads of whoever calls the
-// worker bodies. A job that memory does not suffice for is lost, and the others go on. What else a
-// worker throws ends all of them and reaches the thread that plays. The counters are under
+// worker bodies. When memory runs out in a job, this job is lost and the others go on. Any other
+// exception of a worker ends all workers and reaches the thread that plays. The counters are under
 // `jobMutex`; no lock is held while a job runs.
 
 #include "director/ProofDirector.h"
@@ -69,8 +69,8 @@ void ProofDirector::traceProving(std::size_t index) const
     }
 }
 
-/// Runs `job`, which is job `index` then. One that memory does not suffice for is lost like one
-/// whose tools fail, and the others go on; what it had merged by then is in the next save.
+/// Runs `job`, the work on job `index`. When memory runs out, this job is lost as when its tools
+/// fail, and the others go on; the verdicts that it had merged by then are in the next save.
 void ProofDirector::attempt(const std::size_t& index, const std::function<void()>& job)
 {
     try {

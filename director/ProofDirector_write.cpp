@@ -82,9 +82,9 @@ void ProofDirector::judgeWriter(const writer_data_t& run, const WriterEnd& end, 
     }
 }
 
-/// Removes what stands in the place of the secondary file of a job: an earlier run that was killed
-/// may have left it, and should the writer fail, the prover would take it for this job's. False
-/// when that does not go: then the job has failed, and is not proved either.
+/// Removes the file found at the place of a job's secondary file: an earlier run that was killed
+/// may have left it, and when the writer fails, the prover would take it for this job's file. False
+/// when it cannot be removed: then the job has failed, and nobody proves it.
 bool ProofDirector::removeLeftFile(const QString& file, job_state_t& state)
 {
     const QByteArray path = file.toUtf8();

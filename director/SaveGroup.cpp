@@ -30,7 +30,7 @@ bool SaveGroup::wait(const Ticket& ticket, unsigned int others, Duration work)
             ended.wait(lock);
             continue;
         }
-        // Nothing runs and this round is not done, so it is the one that has not begun.
+        // Nothing runs and this round is not done, so it has not begun.
         busy = true;
         gather(lock, *ticket, others, work);
         next.reset();

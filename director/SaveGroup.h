@@ -52,8 +52,8 @@ public:
     Ticket join(const Wish& wish);
 
     /// Returns, once the save of `ticket` has ended, whether it succeeded. The calling thread may
-    /// be the one that carries it out. What the save throws reaches that thread, and the save has
-    /// failed for the others.
+    /// have to carry it out. What the save throws reaches this thread, and the save has failed for
+    /// the others.
     ///
     /// `others` is how many may be about to join as well, and `work` how long the caller has worked
     /// for what it saves: the save may wait a little for them (see SavePatience).

@@ -3,8 +3,8 @@
 // Starting a program as a child of this process.
 //
 // A start goes through posix_spawn, or with a limit through startLimited(), which lend the child
-// our memory until it runs its program: the cost of a start does not grow with the component, as
-// that of a fork does, which copies the page tables. What takes memory (Arguments, Streams) is made
+// our memory until it runs its program: the cost of a start does not grow with the component. (A
+// fork copies the page tables.) What takes memory (Arguments, Streams) is made
 // beforehand: a start itself never throws, since a child that was started before it must not be
 // forgotten.
 
@@ -92,10 +92,10 @@ struct ChildEnd {
     /// The largest resident memory of one of them. The system begins to count at the memory of this
     /// process, which the start lends the child.
     std::int64_t peakKiB = 0;
-    std::int64_t lentKiB = 0; ///< a peak that is not clearly above that is not the child's own
+    std::int64_t lentKiB = 0; ///< the child's own peak is known only when clearly above this
 };
 
-/// A child process. At the end of the object one that was not reaped is killed and reaped.
+/// A child process. At the end of the object the child is killed and reaped, unless that was done.
 class Child
 {
 public:

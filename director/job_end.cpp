@@ -3,8 +3,8 @@
 namespace
 {
 
-/// The peak may be one that this process has lent: then a small prover passes for a large one, but
-/// never the other way round.
+/// The peak may be the peak of this process, of which the child was a copy at first: then a small
+/// prover passes for a large one, but never the other way round.
 bool isFarFrom(std::uint64_t limit, const ChildEnd& prover)
 {
     return static_cast<std::uint64_t>(prover.peakKiB) < limit / 2 / 1024;

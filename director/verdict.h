@@ -1,9 +1,9 @@
 #pragma once
 
 // What a verdict is worth: the rules by which the verdict of one driver on one goal changes the
-// status of the mechanism's record, that of the goal, and the list of drivers that still try. They
-// work on values alone, raise nothing and may be called from any thread. Private to the folder and
-// its tests.
+// status of the mechanism's record, the status of the goal, and the list of drivers that still try.
+// They work on values alone, raise nothing and may be called from any thread. Private to the folder
+// and its tests.
 
 #include "mechanism/Mechanism.h"
 #include "pos/pos.h"

@@ -5,7 +5,7 @@
 //
 // A play ends a goal as soon as the mechanism's trust is satisfied, so it may leave drivers out
 // whose verdicts are recorded. These are run in further passes, until each has had its turn. The
-// status of the mechanism on a goal is the one that the first pass gives it, as any replay would.
+// status of the mechanism on a goal is what the first pass gives it, as any replay would.
 
 #include "mechtool/Component.h"
 #include "mechtool/PlayOptions.h"

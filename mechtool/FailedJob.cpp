@@ -46,7 +46,7 @@ QString failureOfWriter(const job_ended_t& job)
                      .arg(shown(job.secondaryFile), QString::number(job.writer.status));
 }
 
-/// What the end says; null for one that is no failure.
+/// What the end says; null when it is no failure.
 QString failureOfEnd(const job_ended_t& job)
 {
     switch (job.end) {
@@ -145,7 +145,7 @@ int writeAll(int file, const char* text, std::size_t size)
     return 0;
 }
 
-/// Makes the file in `folder` with what `fill` writes; one that cannot be made whole is not left
+/// Makes the file in `folder` with what `fill` writes; a file that cannot be made whole is not left
 /// behind. The reason otherwise.
 template <typename Fill>
 int makeFileIn(const Descriptor& folder, const QByteArray& name, mode_t mode, Fill fill)

@@ -1,6 +1,6 @@
 #pragma once
 
-// A job of which something failed: what it was, in words; the command to run it by hand; and the
+// A job in which something failed: what it was, in words; the command to run it by hand; and the
 // files that are kept of it.
 
 #include "base/Descriptor.h"

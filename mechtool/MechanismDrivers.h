@@ -41,5 +41,5 @@ private:
     QHash<QString, std::optional<QStringList>> drivers;
 };
 
-/// Where the drivers recorded for a mechanism are not those of its file, a text each.
+/// Where the drivers recorded for a mechanism differ from the drivers of its file, a text each.
 QStringList faultsOfDrivers(const QDomElement& record, const QStringList& drivers);

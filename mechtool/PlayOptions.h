@@ -30,11 +30,12 @@ struct play_options_t {
 /// Adds the options.
 void addPlayOptions(Options& options);
 
-/// Reads them for `command`; throws CannotAnswer when one that is needed is missing, or senseless.
+/// Reads them for `command`; throws CannotAnswer when a needed option is missing, or makes no
+/// sense.
 play_options_t playOptionsOf(const Options& options, const QString& command);
 
 /// Checks what can be known before the first job: the proof obligations are readable, and the
-/// folder for secondary files is one that can be written, and so is the POS file when it `changes`.
+/// folder for secondary files can be written, and so can the POS file when it `changes`.
 /// Throws CannotAnswer.
 void checkFiles(const play_options_t& options, bool changes);
 

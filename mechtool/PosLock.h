@@ -7,7 +7,7 @@
 
 #include <QString>
 
-/// Held from the making of the object to its end, or to that of the process. The lock is a name in
+/// Held while the object lives, or until the process ends. The lock is a name in
 /// the system's memory, for the folder and the name of the file: the file itself is another one
 /// after each save, and no file is left behind. Only mechtool knows of it.
 class PosLock

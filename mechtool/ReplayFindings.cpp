@@ -20,7 +20,7 @@ bool isVerdict(pos::status_t status)
 }
 
 /// Whether a verdict that stood before is gone: a proof, were it unreliable, or a refutation. What
-/// was open cannot become worse: a verdict on it is one that a driver had reached before.
+/// was open cannot become worse: a driver had reached each verdict on it before.
 bool standsWorse(pos::status_t before, pos::status_t after)
 {
     return isWorse(before, after) ? before == pos::PROVED || before == pos::UNRELIABLY_PROVED

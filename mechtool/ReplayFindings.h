@@ -29,8 +29,8 @@ struct findings_t {
     std::size_t better = 0; ///< goals
 };
 
-/// Merges what was confirmed into `document`, which is that of `component`, and takes down what
-/// differs. Throws CannotAnswer for a word that the rule of a goal's status does not know.
+/// Merges what was confirmed into `document`, which is the document of `component`, and takes down
+/// what differs. Throws CannotAnswer for a word that the rule of a goal's status does not know.
 findings_t compare(const component_t& component, QDomDocument& document,
                    const std::vector<confirmation_t>& confirmations);
 

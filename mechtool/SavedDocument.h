@@ -7,8 +7,8 @@
 
 #include <array>
 
-/// What tells that a file still is the one that was read: its device, inode, size and last change.
-/// A file that is not there has a stamp too.
+/// What tells whether a file is still the file that was read: its device, inode, size and last
+/// change. A file that is not there has a stamp too.
 using file_stamp_t = std::array<long long, 5>;
 
 /// The stamp of a file, to be taken before the file is read.

@@ -20,7 +20,7 @@ struct tally_t {
     std::size_t proved = 0;
     std::size_t refuted = 0;
     std::size_t unknown = 0;
-    std::size_t failed = 0; ///< jobs of which something failed
+    std::size_t failed = 0; ///< jobs in which something failed
     double seconds = 0;
 };
 
@@ -32,7 +32,7 @@ public:
     /// Counts a job that has ended, so many seconds after its driver began.
     void jobEnded(const job_ended_t& job, bool hasFailed, double seconds);
 
-    /// In the order in which the drivers began; one that is played again adds up.
+    /// In the order in which the drivers began. A driver that is played again adds to its numbers.
     const std::vector<tally_t>& tallies() const
     {
         return table;
@@ -81,7 +81,7 @@ private:
 
     using marks_t = std::vector<std::vector<unsigned char>>;
     std::map<QString, marks_t> marks; ///< what is known of each goal, by mechanism
-    marks_t* marked = nullptr;        ///< those of the current mechanism
+    marks_t* marked = nullptr;        ///< the marks of the current mechanism
     std::vector<tally_t> table;
     std::size_t current = 0;     ///< the current driver's tally
     double secondsBefore = 0;    ///< in it from earlier passes

@@ -75,8 +75,8 @@ std::thread withoutSignals(const std::function<void()>& body)
 
 } // namespace
 
-/// What the thread works on. It belongs to the thread, too: one that a write holds for ever is left
-/// behind with it.
+/// What the thread works on. It belongs to the thread, too: a thread that a write holds for ever is
+/// left behind, and this with it.
 class StatusLine::Writer
 {
 public:

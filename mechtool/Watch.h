@@ -55,7 +55,7 @@ public:
     void jobBegins(const job_begins_t& job) override;
     void jobEnded(const job_ended_t& job) override;
 
-    /// In the order in which the drivers began; one that is played again adds up.
+    /// In the order in which the drivers began. A driver that is played again adds to its numbers.
     std::vector<tally_t> tallies() const;
 
     /// The goals with a job that was read, and the goals that there were to run when the first

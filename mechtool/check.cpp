@@ -53,7 +53,7 @@ private:
     std::size_t count = 0;
 };
 
-/// Where the status of a goal is not the one that its records give. One whose words are not all
+/// Where the status of a goal differs from what its records give. A goal whose words are not all
 /// known has no such status.
 QStringList faultsOfStatus(const QDomElement& goal)
 {

@@ -110,7 +110,7 @@ QByteArray textOf(const std::vector<entry_t>& entries)
     return text;
 }
 
-/// Makes the file, whole or not at all; one that is there is left alone. The reason otherwise.
+/// Makes the file, whole or not at all; a file that is there is left alone. The reason otherwise.
 int makeFile(const QByteArray& path, const QByteArray& text)
 {
     const QByteArray partial = path + ".new-" + QByteArray::number(::getpid());

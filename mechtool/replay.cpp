@@ -151,7 +151,7 @@ QString copyOf(const QString& pos, const file_stamp_t& read, const TemporaryFold
 /// What the drivers say now, and what differs by it.
 struct outcome_t {
     findings_t findings;
-    QDomDocument document; ///< that of the POS file, with what was found
+    QDomDocument document; ///< the document of the POS file, with what was found
 };
 
 /// Runs everything on copies; ends the process when a signal comes.

@@ -89,7 +89,7 @@ QTextCodec* quickCodec(QTextCodec* codec)
 struct frame_t {
     QString head;
     QString tail;
-    QTextCodec* codec = nullptr; ///< the one that the document's declaration asks for
+    QTextCodec* codec = nullptr; ///< the encoding that the document's declaration asks for
 };
 
 /// The frame of a document whose document element is empty, as it is around children that begin

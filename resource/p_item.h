@@ -31,7 +31,7 @@
 #include <string_view>
 #include <utility>
 
-/// Codes of the concrete classes; a tool bears that of a plain item, and 5 is not used.
+/// Codes of the concrete classes; a tool bears the code of a plain item, and 5 is not used.
 enum T_resource_type : std::int32_t {
     RESOURCE_TYPE_ITEM = 0,
     RESOURCE_TYPE_LINE = 1,

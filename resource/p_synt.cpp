@@ -130,7 +130,7 @@ bool read_value(const char* text, T_definition& definition)
     const T_resource_string& last_text = line->get_value();
     const char* end = find_value_end(begin, last_text.get_text() + last_text.get_length());
     if (end == nullptr) {
-        // A line's text always has an end; the message stands for one that has lost it.
+        // A line's text always has an end; the message is for a text that has lost it.
         syntax_error(line, "end of resource value not found");
         return false;
     }

@@ -44,7 +44,7 @@ void addOptions(Options& options)
     addRequire(options);
 }
 
-/// The file, whatever leads there; of one that is to be made the name in its folder.
+/// The file, whatever links lead there; for a file still to be made, its name in its folder.
 QString placeOf(const QString& file)
 {
     const QFileInfo info(file);
