@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 
 namespace
 {
@@ -233,13 +234,20 @@ TEST_F(Play, AReplayConfirmsEveryVerdictByItself)
         {"a refutation beside a lost proof", "always", "Unknown", "", "--only-proved",
          "Disproved/Disproved/Proved,Disproved", "", 0, "Lost records", "0 goals worse",
          "Disproved/Disproved/Unknown,Disproved"},
+        {"driver that is not fast", "always", "Proved", "Unknown", "--fast",
+         "Proved/Proved/Proved,Proved", "", 0, "", "1 of 1 verdict confirmed; 0 goals worse",
+         "Proved/Proved/Proved,Proved"},
+        {"one of two proofs not asked for", "redundancy", "Proved", "Unknown", "--driver D1",
+         "Proved/Proved/Proved,Proved", "", 0, "", "1 of 1 verdict confirmed; 0 goals worse",
+         "Proved/Proved/Proved,Proved"},
         {"driver not asked for", "always", "Unknown", "Proved", "--driver D2",
          "Proved/Proved/Proved,Proved", "", 0, "", "1 of 1 verdict confirmed",
          "Proved/Proved/Proved,Proved"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.label);
-        component({driver("D1", row.first), driver("D2", row.second)}, row.before, row.trust);
+        component({driver("D1", row.first, "fast='true'"), driver("D2", row.second)}, row.before,
+                  row.trust);
         dir.write("m/other.xml", test::mechanismText("always", {driver("D3", "Proved")}));
         if (*row.other != '\0') {
             const std::string record = std::string("<Mechanism name='other' status='") + row.other +
@@ -253,8 +261,12 @@ TEST_F(Play, AReplayConfirmsEveryVerdictByItself)
         EXPECT_EQ(outcome.out.find(row.section), 0U) << outcome.out;
         EXPECT_NE(outcome.out.find(row.summary), std::string::npos) << outcome.out;
         EXPECT_EQ(before, test::contentOf(dir.path("comp.pos")));
+        const std::string stood = statuses();
+        const auto written = std::filesystem::last_write_time(dir.path("comp.pos"));
         EXPECT_EQ(run("replay --update -M m" + FILES + row.words).status, row.status);
         EXPECT_EQ(statuses(), row.updated);
+        EXPECT_EQ(written == std::filesystem::last_write_time(dir.path("comp.pos")),
+                  stood == row.updated);
     }
 }
 
@@ -305,6 +317,8 @@ TEST_F(Play, AReplayOfWhatCannotBeJudgedIsRefused)
          "recorded twice"},
         {"analyser", record + "</Mechanism><iapa><status value='Nope'/></iapa>", "\"Nope\""},
         {"no mechanism", "", "records no mechanism: play it first"},
+        {"name that is a path", "<Mechanism name='../m/mech' status='Proved'/>",
+         "records a mechanism \"../m/mech\", which is no file name"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.label);
@@ -360,15 +374,37 @@ TEST_F(Play, AsManyJobsRunAtOnceAsAreAskedForAndAPlayThatIsNotSavedHasFailed)
 {
     const std::string meets = "mkdir one 2>&- && exec timeout 9 cat meet; timeout 9 tee meet";
     const std::string proved = " Proved/Proved/Proved Proved/Proved/Proved Proved/Proved/Proved";
-    component({driverWith("D1", meets)},
-              "Unproved/Unproved/Unproved Unproved/Unproved/Unproved" + proved + proved);
+    const std::string goals =
+        "Unproved/Unproved/Unproved Unproved/Unproved/Unproved" + proved + proved;
+    component({driverWith("D1", meets)}, goals);
     const std::string words = " play -M m -j 2" + FILES; // the status file has no room
     const std::string limited =
         "cd " + dir.path() + "; mkfifo meet; trap '' XFSZ; ulimit -f 1; exec >out 2>err ";
     EXPECT_EQ(WEXITSTATUS(std::system((limited + MECHTOOL + words).c_str())), 2);
-    std::filesystem::remove(dir.path("one"));
-    EXPECT_EQ(run(words).status, 0);
-    EXPECT_EQ(statuses().find("Unproved"), std::string::npos);
+    for (const std::string several :
+         {" -j 2", std::thread::hardware_concurrency() > 1 ? "" : "-j2"}) {
+        std::filesystem::remove(dir.path("one"));
+        component({driverWith("D1", meets)}, goals);
+        EXPECT_EQ(run("play -M m " + several + FILES).status, 0);
+        EXPECT_EQ(statuses().find("Unproved"), std::string::npos) << several;
+    }
+}
+
+TEST_F(Play, DriversThatOnlyTheRecordsOrOnlyTheFileKnowAreReported)
+{
+    component({driver("D1", "Proved"), driver("D2", "Proved")}, "");
+    const std::string goal =
+        "<Simple_Goal status='Unproved'><Mechanism name='other' status='Unproved'/>"
+        "<Mechanism name='mech' status='Unproved'><Driver name='D1' status='Proved'/>"
+        "<Driver name='D9' status='Proved'/></Mechanism></Simple_Goal>";
+    dir.write("comp.pos", "<Proof_Obligations><Proof_Obligation><Tag>PO_0</Tag>" + goal + goal +
+                              "</Proof_Obligation></Proof_Obligations>");
+    EXPECT_EQ(run("replay --quiet -m m/mech.xml" + FILES).err, "");
+    EXPECT_EQ(run("replay -m m/mech.xml" + FILES).err,
+              "mechtool replay: the POS file records driver D9 of mechanism mech on 2 goals, but "
+              "the mechanism file has no such driver: it is not run\n"
+              "mechtool replay: driver D2 is new in mechanism mech: it is not run on 2 goals whose "
+              "records do not know it (\"mechtool forget\" removes the records)\n");
 }
 
 TEST_F(Play, AModelIsPrintedAndTheFileStays)
