@@ -1,0 +1,103 @@
+"""What the tests of the cluster share: a folder, the example in it, and runs of mechrun there."""
+
+import os
+import secrets
+import shutil
+import signal
+import subprocess
+import tempfile
+import unittest
+
+from cluster.slurm import SlurmError, processes_with, wait_for
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
+EXAMPLES = os.path.join(ROOT, "examples")
+MARK = "MECHRUN_CLUSTER_TEST"
+RUN_LIMIT = 120   # seconds; a run that takes longer hangs
+CLEAN_LIMIT = 10  # seconds until nothing is left of what was killed
+
+
+def read(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+class Case(unittest.TestCase):
+    """A test on the cluster. Each has a folder and a mark of its own; whatever it starts inherits
+    the mark, on the nodes, too."""
+
+    slurm = None  # the cluster of this run of the tests
+    build = None  # the folder with the programs
+    maxDiff = 2000
+
+    def setUp(self):
+        self.folder = os.path.realpath(tempfile.mkdtemp(prefix="mechrun-cluster-"))
+        os.chmod(self.folder, 0o755)
+        self.mark = secrets.token_hex(8)
+        self.slurm.wait_until_idle()
+
+    def tearDown(self):
+        for pid in processes_with(MARK, self.mark):
+            try:
+                os.kill(pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+        self.slurm.cancel_all()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def path(self, *names):
+        return os.path.join(self.folder, *names)
+
+    def program(self, name):
+        folder = {"mechrun": "app", "mechtool": "mechtool", "mechlimit": "limit"}[name]
+        return os.path.join(self.build, folder, name)
+
+    def environment(self, **more):
+        """That of a client, with the programs along its PATH."""
+        environment = self.slurm.environment(**{MARK: self.mark})
+        folders = [os.path.dirname(self.program(name)) for name in
+                   ("mechrun", "mechtool", "mechlimit")]
+        environment["PATH"] = ":".join([*folders, environment["PATH"]])
+        return {**environment, **more}
+
+    def write(self, name, text, mode=0o644):
+        with open(self.path(name), "w", encoding="utf8") as file:
+            file.write(text)
+        os.chmod(self.path(name), mode)
+        return self.path(name)
+
+    def copy_pos(self, name):
+        return shutil.copyfile(os.path.join(EXAMPLES, "buffer.pos"), self.path(name))
+
+    def run_in(self, *command, **settings):
+        """A finished command in the folder; its standard output and error are texts."""
+        settings = {"env": self.environment(), "timeout": RUN_LIMIT, "cwd": self.folder, **settings}
+        return self.slurm.run(*command, **settings)
+
+    def start(self, *command, **settings):
+        """A command in the folder, in a session of its own."""
+        settings = {"env": self.environment(), "cwd": self.folder, "stdin": subprocess.DEVNULL,
+                    "stdout": subprocess.PIPE, "stderr": subprocess.PIPE,
+                    "start_new_session": True, **settings}
+        process = subprocess.Popen(command, text=True, **settings)
+        self.addCleanup(self._end, process)
+        return process
+
+    @staticmethod
+    def _end(process):
+        process.kill()
+        process.communicate()
+
+    def assert_nothing_left(self, seconds=CLEAN_LIMIT, but=()):
+        """No job but these, none of their steps, and no process of this test."""
+        def left():
+            jobs = {job: state for job, state in self.slurm.jobs().items() if job not in but}
+            steps = [step for step in self.slurm.steps() if step.partition(".")[2].isdigit()]
+            processes = {} if but else processes_with(MARK, self.mark)
+            return [*jobs.items(), *steps, *processes.items()]
+        wait_for(lambda: not left(), seconds)
+        self.assertEqual([], left(), f"left after {seconds} seconds")
+
+
+__all__ = ["Case", "EXAMPLES", "MARK", "ROOT", "RUN_LIMIT", "SlurmError", "processes_with", "read",
+           "wait_for"]
