@@ -40,13 +40,15 @@ install(DIRECTORY docs/schemas DESTINATION ${CMAKE_INSTALL_DATADIR}/mechrun COMP
 # Laid out as in the source tree, so that the links between the documents hold.
 install(FILES README.md CONTRIBUTING.md CHANGELOG.md LICENSE
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
-install(FILES docs/formats.md docs/manual.md docs/mechtool.md docs/performance.md
-  docs/reliability.md docs/report.md docs/run.md docs/report.png
+install(FILES docs/cluster.md docs/formats.md docs/manual.md docs/mechtool.md
+  docs/performance.md docs/reliability.md docs/report.md docs/run.md docs/report.png
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
-  PATTERN tools EXCLUDE PATTERN component-of EXCLUDE)
+  PATTERN tools EXCLUDE PATTERN component-of EXCLUDE PATTERN srun-prover EXCLUDE)
 install(PROGRAMS examples/tools/pos-changes examples/tools/smt-copy examples/tools/smt-reader
   examples/tools/smt-writer
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/tools COMPONENT documentation)
+install(PROGRAMS examples/slurm/srun-prover
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/slurm COMPONENT documentation)
 install(PROGRAMS examples/smtlib/component-of
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/smtlib COMPONENT documentation)

@@ -1,6 +1,7 @@
 """The cluster of the tests itself."""
 
-from cluster.case import Case, wait_for
+from cluster.case import Case
+from cluster.slurm import wait_for
 
 
 class Cluster(Case):

@@ -1,6 +1,7 @@
 """What the tests of the cluster share: a folder, the example in it, and runs of mechrun there."""
 
 import os
+import re
 import secrets
 import shutil
 import signal
@@ -8,10 +9,11 @@ import subprocess
 import tempfile
 import unittest
 
-from cluster.slurm import SlurmError, processes_with, wait_for
+from cluster.slurm import processes_with, wait_for
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
 EXAMPLES = os.path.join(ROOT, "examples")
+WRAPPER = os.path.join(EXAMPLES, "slurm", "srun-prover")
 MARK = "MECHRUN_CLUSTER_TEST"
 RUN_LIMIT = 120   # seconds; a run that takes longer hangs
 CLEAN_LIMIT = 10  # seconds until nothing is left of what was killed
@@ -66,8 +68,51 @@ class Case(unittest.TestCase):
         os.chmod(self.path(name), mode)
         return self.path(name)
 
-    def copy_pos(self, name):
+    def copy_pos(self, name="buffer.pos"):
         return shutil.copyfile(os.path.join(EXAMPLES, "buffer.pos"), self.path(name))
+
+    def link(self, name):
+        """The wrapper under the name of a program."""
+        os.makedirs(self.path("links"), exist_ok=True)
+        os.symlink(WRAPPER, self.path("links", name))
+        return self.path("links", name)
+
+    def fill_in(self, resources, **folders):
+        """A resource file of the examples, with its folders filled in."""
+        text = read(os.path.join(EXAMPLES, resources)).decode()
+        for name, folder in {"TOOLS": os.path.join(EXAMPLES, "tools"), **folders}.items():
+            text = text.replace(f"@{name}@", folder)
+        return self.write(resources.replace("/", "-"), text)
+
+    def mechanism(self, name, *changes):
+        """A mechanism of the example, with pairs of texts replaced."""
+        text = read(os.path.join(EXAMPLES, "mechanisms", f"{name}.xml")).decode()
+        for old, new in changes:
+            self.assertIn(old, text)
+            text = text.replace(old, new)
+        return self.write(f"{name}.xml", text)
+
+    def options(self, mechanism, resources, pos, workers=None):
+        """The options of mechrun, with a folder of their own for the secondary files."""
+        work = tempfile.mkdtemp(prefix="work-", dir=self.folder)
+        options = ["-r", resources, "-m", mechanism, "-s", pos,
+                   "-p", os.path.join(EXAMPLES, "buffer.pog"), "-d", work]
+        return options if workers is None else [*options, "-c", str(workers)]
+
+    def local_run(self, mechanism):
+        """What a run without the cluster makes of the example: the POS file."""
+        resources = self.fill_in("resources.in", LIMIT=os.path.dirname(self.program("mechlimit")))
+        pos = self.copy_pos("local.pos")
+        run = self.run_in("mechrun", *self.options(mechanism, resources, pos, 2))
+        self.assertEqual((0, ""), (run.returncode, run.stderr))
+        return read(pos)
+
+    def allocate(self, *options):
+        """The number of an allocation that nobody works in yet, and the environment of who does."""
+        run = self.run_in("salloc", "--no-shell", "--ntasks=4", *options)
+        job = re.search(r"job allocation (\d+)", run.stderr)[1]
+        self.addCleanup(self.slurm.run, "scancel", job)
+        return job, self.environment(SLURM_JOB_ID=job)
 
     def run_in(self, *command, **settings):
         """A finished command in the folder; its standard output and error are texts."""
@@ -98,6 +143,3 @@ class Case(unittest.TestCase):
         wait_for(lambda: not left(), seconds)
         self.assertEqual([], left(), f"left after {seconds} seconds")
 
-
-__all__ = ["Case", "EXAMPLES", "MARK", "ROOT", "RUN_LIMIT", "SlurmError", "processes_with", "read",
-           "wait_for"]

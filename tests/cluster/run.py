@@ -15,7 +15,7 @@ sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.realpath(__file__))))
 from cluster.case import Case  # noqa: E402
 from cluster.slurm import Slurm  # noqa: E402
 
-MODULES = ("basics", "wrapper", "way_a", "way_b", "way_c")
+MODULES = ("basics", "wrapper", "way_a", "way_b", "way_c", "documents")
 
 
 class Result(unittest.TextTestResult):
