@@ -9,7 +9,7 @@ from cluster.case import Case
 from cluster.slurm import processes_with, wait_for
 
 ABORTED = -signal.SIGABRT
-UNKNOWN = "was not started on a node, or its end was not reported"
+UNKNOWN = "was not started on a node, or did not end by itself"
 ROUNDS = 12  # of each way to end the wrapper, at different instants
 
 # (what, script, status, standard output, a piece of standard error)
@@ -103,34 +103,43 @@ class Wrapper(Case):
         return self.path("bin")
 
     def test_an_end_that_the_cluster_brings_about_is_no_answer(self):
+        # Such a program takes the signal for its own limit, gives an answer, and ends well. Its
+        # shell may report that before it is ended, too; so there are many programs.
         program = self.link("sh")
-        script = "trap 'echo sat; exit 0' TERM; echo began; while :; do sleep 0.1; done"
-        # Such a program takes the signal for its own limit, gives an answer, and ends well.
-        cancel = {
-            "a cancelled job": lambda job, step: self.slurm.ask("scancel", job),
-            "a cancelled step": lambda job, step: self.slurm.ask("scancel", f"{job}.{step}"),
-            "a job beyond its time": self.end_time,
-            "a node that loses its step": self.kill_step,
-        }
-        for place, environment in self.places():
-            for what, end in cancel.items():
-                if place != "job" and what != "a cancelled step":
-                    continue
-                with self.subTest(what, place=place):
-                    process = self.start(program, "-c", script, env=environment)
+        script = "trap 'echo sat; exit 0' TERM; echo began; while :; do sleep 0.05; done"
+        job, inside = self.allocate("--mem-per-cpu=3000M")
+        # (what, environment, how many programs, what the cluster does)
+        for what, environment, count, end in (
+                ("a cancelled step", inside, 4,
+                 lambda job, step: self.slurm.ask("scancel", f"{job}.{step}")),
+                ("a cancelled allocation", inside, 4,
+                 lambda job, step: self.slurm.run("scancel", job)),
+                ("a cancelled job", self.environment(), 8,
+                 lambda job, step: self.slurm.ask("scancel", job)),
+                ("a job beyond its time", self.environment(), 4, self.end_time),
+                ("a node that loses its step", self.environment(), 1, self.kill_step)):
+            with self.subTest(what):
+                processes = [self.start(program, "-c", script, env=environment)
+                             for _ in range(count)]
+                for process in processes:
                     self.assertEqual("began\n", process.stdout.readline())
-                    end(*self.running_step())
-                    output, errors = process.communicate(timeout=60)
+                for step in self.running_steps(count):
+                    end(*step.split("."))
+                for process in processes:
+                    output, errors = process.communicate(timeout=90)
                     self.assertEqual(ABORTED, process.returncode, f"{output} {errors}")
                     self.assertIn(UNKNOWN, errors)
+                self.assert_nothing_left(but=(job,))
 
-    def running_step(self):
-        steps = wait_for(lambda: [step for step in self.slurm.steps() if step[-1].isdigit()], 10)
-        return steps[0].split(".")
+    def running_steps(self, count):
+        def steps():
+            return [step for step in self.slurm.steps() if step.rpartition(".")[2].isdigit()]
+        wait_for(lambda: len(steps()) == count, 10)
+        return steps()
 
     def end_time(self, job, _):
         """The next look at the limits, at most half a minute later, ends the job."""
-        self.slurm.ask("scontrol", "update", f"JobId={job}", "EndTime=now")
+        self.slurm.ask("scontrol", "update", f"JobId={job}", "EndTime=now+2")
 
     def kill_step(self, job, step):
         """The daemon of the step ends, as when the node goes down. srun waits for the limit."""
