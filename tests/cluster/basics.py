@@ -15,12 +15,3 @@ class Cluster(Case):
                 self.assertTrue(wait_for(lambda: "FAILED" in self.slurm.ask(
                     "sacct", "-c", "-n", "-o", "state", "-j", job), 10))
         self.assert_nothing_left()
-
-    def test_a_controller_that_is_down_answers_nobody_until_it_is_up_again(self):
-        self.slurm.stop_controller()
-        try:
-            self.assertNotEqual(0, self.run_in("srun", "-t", "1", "--mem", "16", "true").returncode)
-        finally:
-            self.slurm.start_controller()
-        self.slurm.wait_until_idle()
-        self.assertEqual(0, self.run_in("srun", "-t", "1", "--mem", "16", "true").returncode)

@@ -138,7 +138,7 @@ class Case(unittest.TestCase):
         def left():
             jobs = {job: state for job, state in self.slurm.jobs().items() if job not in but}
             steps = [step for step in self.slurm.steps() if step.partition(".")[2].isdigit()]
-            processes = {} if but else processes_with(MARK, self.mark)
+            processes = processes_with(MARK, self.mark)
             return [*jobs.items(), *steps, *processes.items()]
         wait_for(lambda: not left(), seconds)
         self.assertEqual([], left(), f"left after {seconds} seconds")

@@ -42,7 +42,7 @@ class WayC(Case):
         pos = self.copy_pos()
         command = ["sbatch", "--parsable", "--ntasks=3", "--time=5", "--output=log", SCRIPT,
                    *self.options(self.direct, self.resources, pos)]
-        # Twice by the signal that sbatch sends before the limit, and by a kill of all at once.
+        # By the signal that sbatch sends before the limit, and by a kill of all at once.
         for how in (("--batch", "--signal=TERM"), ("--full", "--signal=KILL")):
             job = self.run_in(*command, env=environment).stdout.strip()
             self.assertTrue(wait_for(lambda job=job: self.busy(job), 30), self.slurm.jobs())

@@ -129,7 +129,8 @@ class Wrapper(Case):
                     output, errors = process.communicate(timeout=90)
                     self.assertEqual(ABORTED, process.returncode, f"{output} {errors}")
                     self.assertIn(UNKNOWN, errors)
-                self.assert_nothing_left(but=(job,))
+                if end != self.kill_step:  # nobody is left to end what the daemon has started
+                    self.assert_nothing_left(but=(job,))
 
     def running_steps(self, count):
         def steps():
@@ -163,11 +164,6 @@ class Wrapper(Case):
                         kill(process)
                         process.wait(10)
                     self.assert_nothing_left(but=but)
-                    self.assertEqual({}, self.commands("sleep"))
-
-    def commands(self, name):
-        mine = processes_with("MECHRUN_CLUSTER_TEST", self.mark)
-        return {pid: command for pid, command in mine.items() if command.startswith(name)}
 
     def test_a_reader_that_has_gone_ends_the_program_when_it_writes(self):
         process = self.start(self.link("sh"), "-c", "while :; do echo x; sleep 0.1; done")
