@@ -44,11 +44,13 @@ install(FILES docs/cluster.md docs/formats.md docs/manual.md docs/mechtool.md
   docs/performance.md docs/reliability.md docs/report.md docs/run.md docs/report.png
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
-  PATTERN tools EXCLUDE PATTERN component-of EXCLUDE PATTERN srun-prover EXCLUDE)
+  PATTERN tools EXCLUDE PATTERN component-of EXCLUDE PATTERN srun-prover EXCLUDE
+  PATTERN "replay-*" EXCLUDE)
 install(PROGRAMS examples/tools/pos-changes examples/tools/smt-copy examples/tools/smt-reader
   examples/tools/smt-writer
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/tools COMPONENT documentation)
-install(PROGRAMS examples/slurm/srun-prover
+install(PROGRAMS examples/slurm/replay-array examples/slurm/replay-totals
+  examples/slurm/srun-prover
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/slurm COMPONENT documentation)
 install(PROGRAMS examples/smtlib/component-of
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/smtlib COMPONENT documentation)
