@@ -43,7 +43,6 @@ void ProofDirector::takeDocument(const QDomDocument& document)
 {
     dom = document;
     text->setDocument(dom);
-    unprovedCount = 0;
 }
 
 /// Adds this mechanism to a goal, with all its drivers. Called with `domMutex` held.
@@ -62,7 +61,6 @@ QDomElement ProofDirector::registerMechanism(QDomElement& goal, pos::status_t st
     if (status == pos::UNKNOWN) {
         goal.setAttribute(pos::ATTR_STATUS, pos::ATTR_VALUE_UNPROVED);
     }
-    text->allChanged();
     return entry;
 }
 

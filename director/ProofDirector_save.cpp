@@ -38,10 +38,7 @@ std::error_code ProofDirector::saveDocument()
         if (root.isNull()) {
             return NOTHING_TO_SAVE;
         }
-        if (root.attribute(pos::ATTR_AUTHOR) != AUTHOR) {
-            root.setAttribute(pos::ATTR_AUTHOR, AUTHOR);
-            text->allChanged();
-        }
+        root.setAttribute(pos::ATTR_AUTHOR, AUTHOR); // before the text is made for the first time
         pieces = text->pieces();
         last = stopped;
     }
