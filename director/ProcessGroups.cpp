@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <iterator>
 #include <utility>
 
 #include <spawn.h>
@@ -112,13 +111,7 @@ void ProcessGroups::endIdle()
     Groups idle;
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        for (auto group = groups.begin(); group != groups.end();) {
-            const auto next = std::next(group);
-            if (!group->used) {
-                idle.splice(idle.end(), groups, group);
-            }
-            group = next;
-        }
+        idle.swap(groups);
         most = UNLIMITED;
     }
     for (const Group& group : idle) {
@@ -203,19 +196,14 @@ int ProcessGroups::makeGroup(std::unique_lock<std::mutex>& lock, pid_t& id)
     }
     Groups made(1); // a guard that runs must not fail to be entered
     ++making;
-    ++starting;
     lock.unlock();
     const int error = startGuard(lifeline.toRead.number(), made.front().id);
     lock.lock();
     --making;
-    --starting;
     if (error == 0) {
         made.front().used = true;
         id = made.front().id;
         groups.splice(groups.end(), made);
-        if (closed) {
-            killGroup(id);
-        }
     }
     changed.notify_all();
     return error;
@@ -266,7 +254,6 @@ void ProcessGroups::endStart(pid_t id)
     --starting;
     if (closed) {
         killGroup(id); // the kill may have come just before the start
-        changed.notify_all();
     }
 }
 

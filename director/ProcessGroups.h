@@ -48,7 +48,7 @@ public:
     /// True once closeAndKill() was called.
     bool isClosed() const;
 
-    /// Kills what still lives in the groups that are not in use, and gives the groups up.
+    /// Kills what still lives in the groups, and gives them up. No group may be in use.
     void endIdle();
 
 private:
@@ -82,7 +82,7 @@ private:
     // Guarded by `mutex`.
     Groups groups;
     std::size_t making = 0;       ///< guards that are being started
-    std::size_t starting = 0;     ///< starts under way, of guards and of tools
+    std::size_t starting = 0;     ///< starts of tools under way
     std::size_t most = UNLIMITED; ///< how many groups the system has room for, as far as is known
     Clock::time_point refused;    ///< when it last turned out to have less
     bool closed = false;
