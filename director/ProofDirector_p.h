@@ -11,7 +11,6 @@
 #include <QString>
 #include <QStringList>
 
-#include <algorithm>
 #include <cstddef>
 #include <map>
 #include <vector>
@@ -62,7 +61,7 @@ public:
     /// The next line; an empty one at the end.
     QByteArray take()
     {
-        const int begin = std::min(next, text.size());
+        const int begin = next;
         const int end = text.indexOf('\n', begin);
         next = end < 0 ? text.size() + 1 : end + 1;
         return text.mid(begin, end < 0 ? -1 : end - begin);

@@ -17,16 +17,13 @@
 namespace
 {
 
-/// True when there certainly is no file of that name. Leaves `errno` as it is.
+/// True when there certainly is no file of that name.
 bool isNowhere(const QByteArray& path)
 {
-    const int error = errno;
     struct stat status = {};
     const bool found = ::lstat(path.constData(), &status) == 0;
-    const bool nowhere =
-        !found && (errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG || errno == ELOOP);
-    errno = error;
-    return nowhere;
+    return !found &&
+           (errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG || errno == ELOOP);
 }
 
 bool isThere(const QString& file)
@@ -88,11 +85,12 @@ void ProofDirector::judgeWriter(const writer_data_t& run, const WriterEnd& end, 
 bool ProofDirector::removeLeftFile(const QString& file, job_state_t& state)
 {
     const QByteArray path = file.toUtf8();
-    state.failed = ::unlink(path.constData()) != 0 && !isNowhere(path);
+    const int error = ::unlink(path.constData()) == 0 ? 0 : errno;
+    state.failed = error != 0 && !isNowhere(path);
     if (!state.failed) {
         return true;
     }
-    const std::string reason = std::strerror(errno);
+    const std::string reason = std::strerror(error);
     tellFailure(LOG_PREFIX + ("Cannot remove " + file.toStdString()) +
                     ", which is left from an earlier run: " + reason + "\n",
                 QObject::tr("Driver %1 cannot write file %2."), file);

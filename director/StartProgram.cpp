@@ -143,8 +143,8 @@ const ChildEnd& Child::reap() noexcept
     // never taken for an ordinary end.
     const bool known = std::exchange(pid, 0) == reaped;
     end.crashed = !known || WIFSIGNALED(status);
-    end.signal = known && WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    end.status = known && WIFEXITED(status) ? WEXITSTATUS(status) : 0;
+    end.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    end.status = WIFEXITED(status) ? WEXITSTATUS(status) : 0;
     end.processorSeconds = secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime);
     end.peakKiB = usage.ru_maxrss;
     return end;
