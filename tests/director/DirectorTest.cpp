@@ -12,11 +12,14 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
+#include <QTextCodec>
 #include <QTranslator>
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <filesystem>
+#include <future>
 #include <iostream>
 #include <thread>
 
@@ -24,6 +27,11 @@
 
 using test::Captured;
 using test::driverSaying;
+
+namespace test
+{
+extern std::function<int(const std::string& program)> beforeStart; // ChildProcessTest.cpp
+} // namespace test
 
 /// Shows in which context a message is translated.
 class ContextTranslator final : public QTranslator
@@ -149,12 +157,12 @@ TEST_F(ProofDirectorTest, AnUnusableDocumentIsNeverSaved)
     dir.write("comp.pos", malformed);
     EXPECT_FALSE(made->savePosFile()) << "never loaded";
     EXPECT_TRUE(made->reloadPosFile());
+    const Captured logged(std::clog);
     made->stop();
     EXPECT_FALSE(made->savePosFile());
     EXPECT_EQ(test::contentOf(posPath), malformed);
     make({}, "Unproved").loadPosFile();
     ::unlink(posPath.c_str());
-    const Captured logged(std::clog);
     EXPECT_FALSE(made->savePosFile());
     EXPECT_EQ(logged.text(), "") << "it is for the caller to say";
     made->stop(); // which says it
@@ -364,6 +372,43 @@ TEST_F(ProofDirectorTest, FailedToolsAreSaidAndChangeNoGoal)
     });
 }
 
+TEST_F(ProofDirectorTest, APlaceThatHoldsNoFileHasNothingToRemove)
+{
+    make({{"D1"}}, "Unproved/Unproved/Proved").reloadPosFile();
+    made->prepareDriver(0);
+    dir.write("file", "");
+    std::filesystem::create_symlink("loop", dir.path("loop"));
+    const Captured logged(std::clog);
+    const std::string folders[] = {"none", "file", "loop", std::string(300, 'x')};
+    for (const std::string& folder : folders) {
+        made->produceWriterData(QString::fromStdString(dir.path(folder)), {}, {{{0, 0}}});
+        made->writeEntry(0);
+        EXPECT_TRUE(made->getErrors().last().contains(QStringLiteral("not found in"))) << folder;
+    }
+    made->produceProverData(); // in the place of what the driver had
+    made->proveJob();
+}
+
+TEST_F(ProofDirectorTest, AFirstPlayCountsFromUnprovedAndSaysThatItCannotRegister)
+{
+    const Captured report(std::cout);
+    const Captured logged(std::clog);
+    const std::string goal = "UnreliablyProved/Unproved/Unproved,Unproved,Unproved";
+    make({{"D1"}}, goal + " Proved", {"redundancy", 0});
+    test::beforeStart = [](const std::string& /*program*/) {
+        return EIO; // of the disk
+    };
+    made->play();
+    test::beforeStart = nullptr;
+    EXPECT_NE(logged.text().find("Cannot save"), std::string::npos);
+    EXPECT_EQ(test::statusesOf(posPath), goal + " Proved");
+    make({driverSaying(dir, "D1", "Proved"), driverSaying(dir, "D2", "Proved"), {"D3"}}, goal,
+         {"redundancy"});
+    made->play();
+    EXPECT_EQ(test::statusesOf(posPath), "Proved/Proved/Proved,Proved,Unproved");
+    EXPECT_NE(report.text().find("D3, still -1 unproved"), std::string::npos);
+}
+
 TEST_F(ProofDirectorTest, OnlyWholeWordsOfAReaderCount)
 {
     test::Driver driver = driverSaying(dir, "D1", "", "group='full'");
@@ -445,17 +490,23 @@ TEST_F(ProofDirectorTest, JobsRunInPartsAndHeadingsOnlyGoForward)
         return news;
     };
     const auto prepare = [this] {
-        make({driverSaying(dir, "D1", "Proved")},
+        make({driverSaying(dir, "D1", "Proved", "group='related'")},
              "Unproved/Unproved/Proved | | Unproved/Unproved/Proved",
              {"never", 1, "", "", false, true})
             .reloadPosFile();
         made->prepareDriver(0);
     };
     prepare();
+    EXPECT_THROW(made->prepareDriver(1), std::out_of_range);
+    made->prepareDriver(0);
     made->writeJob();
     made->prepareDriver(0); // which ends what was prepared before
     made->proveJob();
     EXPECT_NE(report().find("PO_2</name>\n\t\t\t<m/>"), std::string::npos) << "nothing is written";
+    EXPECT_EQ(test::contentOf(posPath).find("author"), std::string::npos) << "nor saved";
+    made->prepareDriver(0);
+    made->proveJob(); // from the first job on
+    EXPECT_NE(report(), "");
     made->prepareDriver(0);
     made->writeJob();
     made->proveEntry(1);
@@ -466,12 +517,14 @@ TEST_F(ProofDirectorTest, JobsRunInPartsAndHeadingsOnlyGoForward)
     EXPECT_EQ(report(), open + next + "<u/>");
     prepare();
     made->writeJob();
-    EXPECT_EQ(filesOf("c.d"), 2);
+    EXPECT_EQ(filesOf("c.d") + filesOf("D1_2.po2"), 3) << "named by the obligation's place";
     made->proveJob();
     made->proveJob(); // which has nothing left to prove
     EXPECT_EQ(report(), open + "<u/>" + next);
     made->finishDriver();
     EXPECT_EQ(filesOf("c.d"), 0);
+    EXPECT_THROW(made->writeEntry(0), std::out_of_range);
+    EXPECT_THROW(made->proveEntry(0), std::out_of_range);
     prepare();
     made->writeAndProveJob();
     made->proveJob(); // each was proved by whoever wrote it
@@ -520,6 +573,22 @@ TEST_F(ProofDirectorTest, ManyWorkersLoseNoVerdict)
     }
 }
 
+TEST_F(ProofDirectorTest, ManyWorkersTakeEachJobOnceAndTellEachFailure)
+{
+    // Every job fails at once, on a folder in its way: so the workers often meet.
+    std::string goals;
+    for (int job = 0; job < 400; ++job) {
+        goals += "Unproved/Unproved/Proved | ";
+        std::filesystem::create_directory(
+            dir.path(":c.d%2_mech_D1_" + std::to_string(job) + "_0.po2"));
+    }
+    for (int round = 0; round < 5; ++round) {
+        make({{"D1"}}, goals, {"always", 8});
+        replay();
+        EXPECT_EQ(made->getErrors().size(), 400);
+    }
+}
+
 /// A report that nobody reads until it is opened.
 class ShutReport final : public std::stringbuf
 {
@@ -547,7 +616,8 @@ private:
 TEST_F(ProofDirectorTest, AStopKillsCleansAndSaves)
 {
     // One of two jobs has its verdict merged and waits for the report, the other waits to merge its
-    // own. The third runs, and writes its secondary file again and again.
+    // own. The third runs, and writes its secondary file again and again. The writer of the fourth
+    // is just being started, and the stop waits for that, after the save.
     test::Driver driver = driverSaying(dir, "D1", "");
     driver.writer.path = dir.script("w", "while [ \"$1\" != -o ]; do shift; done; echo $2 > $2");
     driver.reader.path = dir.script("r", "read job; echo $$ > $job.pid; case $job in *_2_0.*) "
@@ -557,15 +627,31 @@ TEST_F(ProofDirectorTest, AStopKillsCleansAndSaves)
     std::ostream report(&buffer);
     Settings set;
     set.report = &report;
-    make({driver}, open + " | " + open + " | " + open, set).reloadPosFile();
+    make({driver}, open + " | " + open + " | " + open + " | " + open, set).reloadPosFile();
     made->prepareDriver(0);
+    const std::string file = dir.path(":c.d%2_mech_D1_");
+    std::promise<void> goesOn;
+    std::atomic<int> writers{0};
+    std::atomic<int> syncs{0};
+    test::beforeStart = [&](const std::string& program) {
+        if (program == "sync" && ++syncs == 1) {
+            ::usleep(100000); // so that another one is not due soon
+        } else if (program == dir.path("w") && ++writers == 4) {
+            dir.write(":c.d%2_mech_D1_3_0.po2", "early");
+            goesOn.get_future().wait();
+            dir.write(":c.d%2_mech_D1_3_0.po2", "late");
+        }
+        return 0;
+    };
     std::vector<std::thread> workers;
-    for (int worker = 0; worker < 3; ++worker) {
+    const auto work = [&] {
         workers.emplace_back([this] {
             made->writeAndProveJob();
         });
-    }
-    const std::string file = dir.path(":c.d%2_mech_D1_");
+    };
+    work();
+    work();
+    work();
     const auto reader = [&](const std::string& job) {
         while (test::contentOf(file + job + "_0.po2.pid").empty()) {
             ::usleep(1000);
@@ -574,17 +660,30 @@ TEST_F(ProofDirectorTest, AStopKillsCleansAndSaves)
     };
     EXPECT_TRUE(test::hasEnded(reader("0"), true) && test::hasEnded(reader("1"), true));
     const int running = reader("2");
-    while (!buffer.reached) {
+    work();
+    while (!buffer.reached || !test::exists(file + "3_0.po2")) {
         ::usleep(1000);
     }
-    made->stop();
+    EXPECT_TRUE(made->savePosFile());
+    dir.write("comp.pos", test::posText(open));
+    std::future<void> stop = std::async(std::launch::async, [this] {
+        made->stop();
+    });
+    while (test::contentOf(posPath).find("author") == std::string::npos) {
+        ::usleep(1000);
+    }
+    EXPECT_EQ(syncs, 2) << "whenever the last one was";
     EXPECT_TRUE(test::hasEnded(running, true));
-    EXPECT_FALSE(test::exists(file + "2_0.po2"));
-    EXPECT_NE(test::contentOf(posPath).find("author"), std::string::npos) << "saved";
+    EXPECT_EQ(filesOf(".po2") - filesOf(".pid"), 0) << "removed before the save";
+    EXPECT_EQ(stop.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    goesOn.set_value();
+    stop.wait();
+    EXPECT_EQ(filesOf(".po2") - filesOf(".pid"), 0) << "what the start has brought";
     buffer.open();
     for (std::thread& worker : workers) {
         worker.join();
     }
+    test::beforeStart = nullptr;
     made->savePosFile();
     const std::string goals = test::statusesOf(posPath);
     EXPECT_EQ(goals.find("Proved/Proved/Proved"), goals.rfind("Proved/Proved/Proved")) << goals;
@@ -596,7 +695,9 @@ TEST_F(ProofDirectorTest, AStopKillsCleansAndSaves)
 TEST_F(ProofDirectorTest, DumpsKeepTheirLayout)
 {
     std::ostringstream text;
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
     text << make({}, "Unproved", {"always", 7});
+    EXPECT_EQ(QTextCodec::codecForLocale()->name(), "UTF-8");
     const QDomDocument document = test::documentOf("<m a='1'/>");
     text << ProofDirector::obligations_t{
         {"PO_0", {{pos::UNPROVED, {QStringLiteral("D1")}, document.documentElement()}}}};
