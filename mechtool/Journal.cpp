@@ -54,9 +54,8 @@ bool endsTorn(const QString& name)
     const Descriptor file(::open(name.toUtf8().constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status = {};
     char last = '\n';
-    return file.isOpen() && ::fstat(file.number(), &status) == 0 && S_ISREG(status.st_mode) &&
-           status.st_size > 0 && ::pread(file.number(), &last, 1, status.st_size - 1) == 1 &&
-           last != '\n';
+    return file.isOpen() && ::fstat(file.number(), &status) == 0 && status.st_size > 0 &&
+           ::pread(file.number(), &last, 1, status.st_size - 1) == 1 && last != '\n';
 }
 
 } // namespace

@@ -14,7 +14,7 @@ namespace
 /// together: an escape stands for each as well.
 bool isHarmless(QChar unit)
 {
-    return unit.unicode() < 0x7f || (!unit.isSurrogate() && shown(QString(unit)).size() == 1);
+    return unit.unicode() < 0x7f || shown(QString(unit)).size() == 1;
 }
 
 } // namespace

@@ -91,8 +91,7 @@ struct Watch::State {
 };
 
 Watch::State::State(const watch_settings_t& given)
-    : settings(given),
-      isDrawn(given.progress != progress_mode_t::never && !given.quiet && canDrawLine())
+    : settings(given), isDrawn(given.progress != progress_mode_t::never && canDrawLine())
 {
     if (!settings.journal.isEmpty()) {
         journal = std::make_unique<Journal>(settings.journal);

@@ -185,9 +185,8 @@ QString slowest(const content_t& content, const times_t& times)
         const slow_t& slow = all[i];
         text += row({marked(labelOf(content, slow.place)), secondsCell(slow.seconds),
                      marked(shortened(slow.driver->name())),
-                     slow.run->verdict.isNull() || slow.run->verdict.isEmpty()
-                         ? named(times.jobs[slow.run->job].end)
-                         : named(slow.run->verdict)});
+                     slow.run->verdict.isEmpty() ? named(times.jobs[slow.run->job].end)
+                                                 : named(slow.run->verdict)});
     }
     return text + tableEnd();
 }
