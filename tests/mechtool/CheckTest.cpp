@@ -3,6 +3,9 @@
 #include "tests/mechtool/MechtoolRun.h"
 
 #include <algorithm>
+#include <filesystem>
+
+#include <sys/stat.h>
 
 namespace
 {
@@ -109,6 +112,9 @@ TEST_F(Check, EveryFaultOfAGoalIsNamed)
          "<Simple_Goal status='Unknown'/>",
          {"goal a.1: Simple_Goal: status \"Unknown\" " + words,
           "goal a.1: found Unknown, expected Unproved"}},
+        {"something else with a status",
+         "<Simple_Goal status='Unproved'><Note/></Simple_Goal>",
+         {}},
         {"obligations",
          "</Proof_Obligation><Proof_Obligation><Simple_Goal status='Unproved'/>",
          {"obligation 2: there is no tag"}},
@@ -126,6 +132,8 @@ TEST_F(Check, AFileThatIsNoneIsAFindingAndOneThatCannotBeReadNoAnswer)
     dir.write("bad.pos", "<Proof_Obligations>\n<Proof_Obligation>\n</Proof_Obligations>");
     dir.write("other.pos", "<mechanism/>");
     dir.write("empty.pos", "");
+    ASSERT_EQ(::mkfifo(dir.path("pipe").c_str(), 0600), 0);
+    std::filesystem::resize_file(dir.write("large.pos", ""), (512U << 20U) + 1);
     const struct {
         const char* words;
         int status;
@@ -137,10 +145,14 @@ TEST_F(Check, AFileThatIsNoneIsAFindingAndOneThatCannotBeReadNoAnswer)
         {"empty.pos", 1, "empty.pos: the file is empty"},
         {"empty.pos none.pos", 2, "none.pos: there is no such file"},
         {".", 2, "this is a folder"},
+        {"pipe", 2, "this is no regular file"},
+        {"large.pos", 2, "the file is larger than 512 MiB"},
+        {"good.pos -m pipe", 2, "this is no regular file"},
         {"", 2, "an argument is missing"},
         {"good.pos good.pos --baseline good.pos", 2, "unexpected argument good.pos"},
         {"good.pos --baseline bad.pos", 2, "bad.pos: not well-formed"},
         {"good.pos --require all", 2, "--require=all is no level"},
+        {"good.pos -m x -m y", 2, "only one -m is compared with"},
         {"good.pos -m x -M y", 2, "give either -m FILE or -M DIR"},
         {"good.pos -M .", 2, "no mechanism file NAME.xml"},
         {"good.pos -M none", 2, "there is no such folder"},
@@ -177,6 +189,7 @@ TEST_F(Check, RecordsAndMechanismFilesMustAgree)
                     "mechanism \"mech\": it is recorded on 1 of 2 goals, and a replay of it needs "
                     "all"},
                    "-m mech.xml");
+    expectFindings("<Proof_Obligations/>", {}, "-m mech.xml");
     const std::string renamed = test::replaced(posText("Unproved/Unproved"), "'mech'", "'other'");
     expectFindings(renamed,
                    {"mechanism \"mech\": it is recorded on 0 of 1 goal, and a replay of it needs "
@@ -190,8 +203,9 @@ TEST_F(Check, RecordsAndMechanismFilesMustAgree)
 
 TEST_F(Check, AMechanismThatDoesNotLoadIsExplained)
 {
-    const std::string tools = "<writer path='/bin/cat'/><prover name='p' path='/no/p' resource='P'>"
-                              "<expand name='e'/></prover><reader path='/bin/cat'/></driver>";
+    const std::string tools =
+        "<writer path='/bin/cat'/><prover name='p' path='/no/p\x7f' resource='P'>"
+        "<expand name='e'/></prover><reader path='/bin/cat'/></driver>";
     const std::string driver = "<driver name='d\x7f'>" + tools;
     const std::string definition = "<definition name='e'/>";
     const struct {
@@ -211,8 +225,11 @@ TEST_F(Check, AMechanismThatDoesNotLoadIsExplained)
          "m.xml: driver \"d\\x7f\": its prover expands \"e\""},
         {"second definition", "<mechanism><definition/>" + definition + driver + "</mechanism>",
          "its prover expands \"e\""},
-        {"tool", "<mechanism>" + definition + driver + "</mechanism>",
-         "m.xml: driver \"d\\x7f\": Tool path does not exists: /no/p, Cannot locate prover p: "},
+        {"tool",
+         "<mechanism>" + definition + test::replaced(driver, "/no/p\x7f", "/bin/cat") +
+             test::replaced(driver, "'d", "'e") + "</mechanism>",
+         "m.xml: driver \"e\\x7f\": Tool path does not exists: /no/p\\x7f, Cannot locate prover "
+         "p: "},
     };
     dir.write("c.pos", posText("Unproved"));
     for (const auto& row : rows) {
@@ -224,7 +241,7 @@ TEST_F(Check, AMechanismThatDoesNotLoadIsExplained)
         EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
     }
     dir.write("r", "ORN*Proof*P: /bin/cat\n");
-    EXPECT_EQ(run("check c.pos -m m.xml -r r").status, 1) << "recorded on no goal";
+    EXPECT_EQ(run("check c.pos -m m.xml -r m.xml -r r").status, 1) << "recorded on no goal";
     EXPECT_NE(run("check c.pos -m m.xml -r none").err.find("none: there is no such file"),
               std::string::npos);
     EXPECT_NE(run("check c.pos -m .").err.find("no regular file"), std::string::npos);
@@ -264,8 +281,8 @@ TEST_F(Check, TheGateStopsWhatHasBeenLost)
          "goal PO_1.1: it was UnreliablyProved, and is gone",
          "obligation PO_2 is gone, which had 1 goal", "obligation PO_3 is gone, which had 0 goals"},
         "--baseline old.pos");
-    dir.write("old.pos", posText("Unproved | Proved/Proved"));
-    expectFindings(posText("Proved/Proved Unproved | Proved/Proved | Unproved"), {},
+    dir.write("old.pos", posText("Unproved Unproved | Proved/Proved"));
+    expectFindings(posText("Proved/Proved Unproved/Unknown | Proved/Proved | Unproved"), {},
                    "--baseline old.pos");
 }
 

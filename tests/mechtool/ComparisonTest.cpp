@@ -61,7 +61,7 @@ TEST(Comparison, ObligationsAreMatchedByTagAndPlace)
         {"another order", "a 1 b 2", "b 2 a 1", "", 3},
         {"came and went", "a 1 b 1", "b 1 c 1", "0>- ->1 ", 1},
         {"an obligation without goals came", "a 1", "a 1 e 0", "->1 ", 1},
-        {"another number of goals", "a 3 b 1", "a 2 b 1", "0>0 ", 3},
+        {"another number of goals", "a 3 b 1", "a 2 b 2", "0>0 1>1 ", 3},
         {"the second of a tag went", "a 1 b 1 a 4", "a 1 b 1", "2>- ", 2},
         {"a first of the tag came before", "b 1 a 4", "a 1 b 1 a 4", "1>0 ->2 ", 2},
         {"a tag that reads like a place", "a 1 a 2", "a#2 1 a 1 a 2", "->0 ", 3},
@@ -80,6 +80,7 @@ TEST(Comparison, ObligationsAreMatchedByTagAndPlace)
         EXPECT_EQ(found, row.expected);
         EXPECT_EQ(comparison.compared, row.compared);
         EXPECT_TRUE(comparison.goals.empty());
+        EXPECT_EQ(comparison.isSame(), found.empty());
     }
 }
 

@@ -65,8 +65,10 @@ TEST_F(Edit, NewMakesAFileThatIsInOrderOrNone)
         {"empty", "", "c.pos: 0 goals in 0 obligations\n", 0},
         {"no number", "put 1\nget\n", "list:2: \"get\" does not end with a number", 2},
         {"negative", "put -1\n", "list:1: \"put -1\" does not end", 2},
+        {"byte order mark", "\xef\xbb\xbf! no goal", "c.pos: 0 goals in 0 obligations\n", 0},
         {"no tag", "3\n", "list:1: \"3\" does not end", 2},
         {"control", "a\x01 1\n", "list:1: the tag \"a\\x01\" holds a character", 2},
+        {"no character", "a\xef\xbf\xbf 1\n", "holds a character that XML does not allow", 2},
         {"too many", "a 9999999\nb 2\n", "list:2: more than 10000000 goals", 2},
     };
     for (const auto& row : rows) {
@@ -83,6 +85,11 @@ TEST_F(Edit, NewMakesAFileThatIsInOrderOrNone)
     dir.write("list", "a 1\n");
     EXPECT_EQ(run("new c.pos - <list").out, "c.pos: 1 goal in 1 obligation\n");
     EXPECT_NE(run("new none/c.pos /dev/null").err.find("choose a folder"), std::string::npos);
+    EXPECT_NE(run("new d.pos /proc/self/mem").err.find("check the file"), std::string::npos);
+    for (const auto& entry : std::filesystem::directory_iterator(dir.path())) {
+        EXPECT_EQ(entry.path().string().find("c.pos.new"), std::string::npos);
+        EXPECT_NE(entry.path().filename(), "d.pos");
+    }
     dir.write("c.pos", "mine");
     EXPECT_NE(run("new c.pos /dev/null").err.find("remove it first"), std::string::npos);
     EXPECT_EQ(contentOf(dir.path("c.pos")), "mine");
@@ -116,7 +123,7 @@ TEST_F(Edit, ResetChangesWhatIsAskedForAndTheGoalFollows)
          " | Unproved/Unknown/Unknown Disproved/Disproved/Disproved",
          "1 of 4 goals changed"},
         {"would change", posText(all), "--dry-run", nullptr, "4 of 4 goals would change"},
-        {"nothing stands so", posText("Unproved/Unproved Unproved"), "--status Unproved", nullptr,
+        {"nothing stands so", posText("Proved/Unproved Unproved"), "--status Unproved", nullptr,
          "0 of 2 goals changed"},
         {"nothing to reset", posText("Unproved/Unproved Unproved /"), "", nullptr,
          "0 of 3 goals changed"},
@@ -124,6 +131,10 @@ TEST_F(Edit, ResetChangesWhatIsAskedForAndTheGoalFollows)
          test::replaced(posText("Proved/Proved"), "<Mechanism",
                         "<Proof_State proofState='Proved(1)'/><Mechanism"),
          "--mechanism mech", "Proved/Unproved", "1 of 1 goal changed"},
+        {"another mechanism",
+         test::replaced(posText("Proved/Proved"), "<Mechanism",
+                        "<Mechanism name='x' status='Proved'/><Mechanism"),
+         "--mechanism x", "Proved/Proved", "1 of 1 goal changed"},
         // The first and the last goal were played against the word of the analyser.
         {"an analyser that was not heard", analyser, "--mechanism mech",
          "Unproved/Unproved/Unknown Disproved/Unproved/Proved Unproved/Unproved",
@@ -193,7 +204,7 @@ TEST_F(Edit, ForgetRemovesEveryRecordOfAName)
 
 TEST_F(Edit, WhatCannotBeDoneLeavesTheFileAlone)
 {
-    const std::string good = posText("Proved/Proved Unproved");
+    const std::string good = posText("Proved/Proved Unproved Disproved/Disproved");
     const struct {
         const char* label;
         std::string text;
@@ -201,7 +212,7 @@ TEST_F(Edit, WhatCannotBeDoneLeavesTheFileAlone)
         const char* line;
     } rows[] = {
         {"no such mechanism", good, "reset c.pos --mechanism x",
-         "\"x\" is recorded: there are mech"},
+         "\"x\" is recorded: there are mech\n"},
         {"no mechanism", posText("Unproved"), "forget c.pos x", "\"x\" is recorded: there is none"},
         {"one of two", good, "forget c.pos mech x", "no mechanism \"x\" is recorded"},
         {"no mechanism named", good, "forget c.pos", "an argument is missing"},
@@ -256,6 +267,7 @@ TEST_F(Edit, AFileThatSomeoneElseHasChangedIsNotReplaced)
         other.back() = ' ';
         dir.write(change[0] == 's' ? "c.pos" : "d.pos", other);
         if (change[0] == 'a') {
+            std::filesystem::last_write_time(dir.path("d.pos"), earlier);
             std::filesystem::rename(dir.path("d.pos"), dir.path("c.pos"));
         }
         EXPECT_THROW(saveDocument(file, document, old), CannotAnswer);

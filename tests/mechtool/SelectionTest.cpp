@@ -56,6 +56,8 @@ TEST(Selection, OnlyASelectionThatNamesNothingIsRefused)
     selection.obligations.emplace_back(QStringLiteral("p*"));
     EXPECT_TRUE(selection.takesObligation(names.at(0)));
     EXPECT_FALSE(selection.takesObligation(names.at(1)));
+    selection.statuses.clear();
+    EXPECT_FALSE(selection.takesEverything()); // a reset of everything is another thing
     EXPECT_NO_THROW(requireSelected(selection, names, 1));
     selection.obligations.emplace_back(QStringLiteral("x*")); // a slip beside one that fits
     EXPECT_THROW(requireSelected(selection, names, 1), CannotAnswer);
