@@ -22,6 +22,7 @@
 
 #include <fcntl.h>
 #include <pty.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -70,7 +71,7 @@ job_ended_t jobOf(const goals_t& goals, const char* verdicts, std::size_t index 
     job.secondaryFile = QStringLiteral("/t/f 1.po2");
     job.hasSecondaryFile = true;
     job.writerCommand = {QStringLiteral("/bin/writer"), {QStringLiteral("-o"), job.secondaryFile}};
-    job.proverCommand = {QStringLiteral("prover"), {QStringLiteral("$x")}};
+    job.proverCommand = {QStringLiteral("prover"), {QStringLiteral("$x"), QString()}};
     job.readerCommand = {QStringLiteral("/bin/reader"), {}};
     return job;
 }
@@ -146,19 +147,23 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
 {
     job_ended_t unnamed = crashed(FIVE);
     unnamed.prover.signal = 40;
+    job_ended_t stopped = endedBy(job_end_t::stopped, crashed(ONE));
+    stopped.writer.signal = SIGKILL; // which is how a stop ends it
     job_ended_t noFile = jobOf(ONE, "Proved");
     noFile.hasSecondaryFile = false;
     job_ended_t noReader = endedBy(job_end_t::wrongCount, crashed(TWO));
     noReader.found = 1;
     noReader.reader.started = false;
     noReader.reader.error = ENOENT;
+    job_ended_t refused = endedBy(job_end_t::refused, noReader);
+    refused.reason = QStringLiteral("full");
     const struct {
         const char* label;
         job_ended_t job;
         std::string line; ///< from the goals to the failure
     } rows[] = {
         {"all well", jobOf(ONE, "Unknown"), ""},
-        {"stopped", endedBy(job_end_t::stopped, crashed(ONE)), ""},
+        {"stopped", stopped, ""},
         {"crash", crashed(ONE), "put_ring.1: the prover was ended by SIGSEGV"},
         {"many goals", unnamed,
          "put_ring.1, put_ring.2, put_ring.3 and 2 more: the prover was ended by signal 40"},
@@ -170,6 +175,10 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
         {"no file", noFile, "put_ring.1: the writer left no file /t/f 1.po2, its exit status is 0"},
         {"limit", endedBy(job_end_t::timeLimit, crashed(ONE)),
          "put_ring.1: the prover or its reader reached the time limit"},
+        {"reader", endedBy(job_end_t::readerCrashed, crashed(ONE)),
+         "put_ring.1: the reader crashed"},
+        {"refused", refused,
+         "put_ring.2, a\\x1b[2J.1: the system refused to start the prover or the reader: full"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.label);
@@ -181,7 +190,7 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
                   row.line.empty() ? ""
                                    : "mechtool play: smt/quick: " + row.line +
                                          ", after 0.25 s; by hand: /bin/writer -o './f 1.po2' && "
-                                         "./prover '$x' | /bin/reader\n");
+                                         "./prover '$x' '' | /bin/reader\n");
         watch_settings_t quiet = settings();
         quiet.quiet = true;
         EXPECT_EQ(linesOf(quiet, use), "");
@@ -193,13 +202,24 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
         watch.jobEnded(job);
         job_ended_t left = endedBy(job_end_t::leftFile, job_ended_t{0, ONE});
         left.secondaryFile = QStringLiteral("f");
+        left.reason = QStringLiteral("busy");
         watch.jobEnded(left);
+        job.writer = {};
+        job.writer.error = ENOENT;
+        job.end = job_end_t::read;
+        job.hasSecondaryFile = false;
+        job.prover = job.reader = {};
+        job.proverCommand = {};
+        watch.jobEnded(job);
     });
-    EXPECT_EQ(lines, "mechtool play: smt/a\\nb: put_ring.1: the writer was ended by SIGKILL; the "
-                     "prover was ended by SIGSEGV, after 0.25 s; by hand: /bin/writer -o './f "
-                     "1.po2'; ./prover '$x' < './f 1.po2' | /bin/reader\n"
-                     "mechtool play: smt/a\\nb: put_ring.1: f, left by an earlier run, cannot be "
-                     "removed, after 0.00 s\n");
+    EXPECT_EQ(lines,
+              "mechtool play: smt/a\\nb: put_ring.1: the writer was ended by SIGKILL; the "
+              "prover was ended by SIGSEGV, after 0.25 s; by hand: /bin/writer -o './f "
+              "1.po2'; ./prover '$x' '' < './f 1.po2' | /bin/reader\n"
+              "mechtool play: smt/a\\nb: put_ring.1: f, left by an earlier run, cannot be "
+              "removed: busy, after 0.00 s\n"
+              "mechtool play: smt/a\\nb: put_ring.1: the writer could not be started: No such "
+              "file or directory, after 0.25 s; by hand: /bin/writer -o './f 1.po2'\n");
 }
 
 TEST_F(WatchTest, TheJournalHoldsALineAJobAfterATornOne)
@@ -212,10 +232,13 @@ TEST_F(WatchTest, TheJournalHoldsALineAJobAfterATornOne)
         job_ended_t job = jobOf(TWO, "Proved -");
         job.writer = {};
         job.writer.error = EACCES;
-        job.prover.processorSeconds = 1.5;
+        job.prover.processorSeconds = 1.5000001;
         job.prover.peakKiB = 4096;
         job.prover.status = 3;
         watch.jobEnded(job);
+    });
+    linesOf(journaling, [](Watch& watch) { // after a whole line
+        watch.driverBegins(driverOf("quick", 6));
         watch.jobEnded(crashed(ONE));
     });
     const QRegularExpression time(QStringLiteral("\"time\":\"[0-9]{4}-[-0-9T:.]{18}Z\","));
@@ -270,11 +293,43 @@ TEST_F(WatchTest, AJournalThatCannotBeWrittenIsSaidOnceAndTheLossAtTheEnd)
                   lossLines("mechtool play: the journal " + row.file.toStdString(), row.reason));
     }
     watch_settings_t impossible = settings();
-    impossible.journal = path("");
-    EXPECT_THROW(Watch{impossible}, CannotAnswer);
+    ASSERT_EQ(::mkfifo(dir.path("pipe").c_str(), 0600), 0); // that nobody reads
+    for (const char* const name : {"", "pipe"}) {
+        impossible.journal = path(name);
+        EXPECT_THROW(Watch{impossible}, CannotAnswer);
+    }
     impossible.journal = QString();
     impossible.keepFailed = QString::fromStdString(dir.write("file", "")) + QStringLiteral("/x");
     EXPECT_THROW(Watch{impossible}, CannotAnswer);
+}
+
+TEST_F(WatchTest, OnAFullDiskNoHalfIsLeftOrTakenForAWhole)
+{
+    watch_settings_t both = settings();
+    both.quiet = true;
+    both.journal = QString::fromStdString(dir.write("journal", std::string(900, 'x') + '\n'));
+    both.keepFailed = path("kept");
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit = {};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = 1000;
+    const std::string lines = linesOf(both, [&](Watch& watch) {
+        watch.driverBegins(driverOf("quick", 6));
+        job_ended_t job = crashed(ONE);
+        job.errorOutput = QByteArray(2000, 'e');
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        watch.jobEnded(job);
+        limit.rlim_cur = limit.rlim_max;
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        watch.jobEnded(jobOf(ONE, "Proved"));
+        watch.jobEnded(jobOf(ONE, "Proved"));
+    });
+    EXPECT_NE(lines.find("kept: File too large: "), std::string::npos) << lines;
+    EXPECT_NE(lines.find("journal lacks 1 line\n"), std::string::npos) << lines;
+    EXPECT_FALSE(test::exists(dir.path("kept/smt_quick_put_ring.1/errors.txt")));
+    const QString journal = QString::fromStdString(test::contentOf(dir.path("journal")));
+    EXPECT_EQ(journal.section(QLatin1Char('\n'), 1, 1).size(), 1000 - 901);
+    EXPECT_EQ(journal.count(QLatin1Char('\n')), 4) << "two whole lines after the torn one";
 }
 
 /// What a program prints; "?" before it when it failed.
@@ -307,23 +362,24 @@ TEST_F(WatchTest, WhatIsKeptOfAFailedJobRunsOnItsOwnCopy)
     job.writerCommand = {
         QString::fromStdString(dir.script("write", "echo written >\"$1\"; echo noise")),
         {job.secondaryFile}};
-    job.proverCommand = {QString::fromStdString(dir.script("prove", "cat - \"$1\"; echo \"$2\"")),
-                         {job.secondaryFile, QStringLiteral("$HOME '\n")}};
+    job.proverCommand = {QString::fromStdString(dir.script("prove", "cat - \"$1\"; echo \"$2$#\"")),
+                         {job.secondaryFile, QStringLiteral("$HOME '\n"), QString()}};
     job.readerCommand = {QStringLiteral("/bin/cat"), {}};
     linesOf(keeping, [&](Watch& watch) {
         watch.driverBegins(driver);
         dir.write("it's.po2", "kept\n");
         watch.jobEnded(job);
         ::unlink(dir.path("it's.po2").c_str());
+        ::mkfifo(dir.path("it's.po2").c_str(), 0600); // which is not copied
         job.hasSecondaryFile = false;
         watch.jobEnded(job);
         watch.jobEnded(jobOf(ONE, "Proved"));
     });
     const std::string folder = dir.path("kept/_._smt_q__._put_ring.1");
     EXPECT_EQ(test::contentOf(folder + "-3/errors.txt"), "what \xff went wrong\n");
-    EXPECT_EQ(outputOf(folder + "-3/run.sh"), "kept\nkept\n$HOME '\n\n");
-    EXPECT_EQ(outputOf(folder + "-4/run.sh"), "written\nwritten\n$HOME '\n\n");
-    EXPECT_FALSE(test::exists(dir.path("it's.po2")));
+    EXPECT_EQ(outputOf(folder + "-3/run.sh"), "kept\nkept\n$HOME '\n3\n");
+    EXPECT_EQ(outputOf(folder + "-4/run.sh"), "written\nwritten\n$HOME '\n3\n");
+    EXPECT_TRUE(test::exists(folder + "-3/it_s.po2"));
     EXPECT_FALSE(test::exists(folder + "-5"));
     EXPECT_FALSE(test::exists(folder + "/run.sh"));
     EXPECT_FALSE(test::exists(dir.path("other/run.sh")));
@@ -369,6 +425,20 @@ TEST_F(WatchTest, GoalsCountOnceAMechanismAndOnceADriver)
         }
         EXPECT_EQ(table, "smt/quick 6 2 1 2 1\nsmt/slow 2 2 0 0 1\nsat/quick 1 1 0 0 0\n");
     });
+}
+
+TEST(Score, AStoppedJobCountsForNothing)
+{
+    Score score;
+    driver_begins_t driver = driverOf("quick", 6);
+    driver.goalsLater = 12;
+    for (const double seconds : {2.0, 1.5}) { // two passes
+        score.driverBegins(driver);
+        score.jobEnded(jobOf(FIVE, "Proved Disproved Unknown - Unknown"), false, seconds);
+        score.jobEnded(endedBy(job_end_t::stopped, crashed(ONE)), true, 9);
+        EXPECT_EQ(score.runsLeft(), 1 + 12 * 4 / 6.0);
+    }
+    EXPECT_EQ(score.tallies().at(0).seconds, 3.5);
 }
 
 TEST_F(WatchTest, OffATerminalPlainLinesComeNowAndThen)
@@ -515,6 +585,8 @@ TEST_F(WatchTest, OnATerminalOneLineIsRedrawnBelowWholeLinesAndGoneAtTheEnd)
         EXPECT_GE(screen.widest, columns / 2U);
         EXPECT_GE(screen.returns, 10);
         EXPECT_NE(text.find("2/6"), std::string::npos);
+        EXPECT_EQ(text.find("refuted"), std::string::npos);
+        EXPECT_NE(text.find(" 1 failed"), std::string::npos);
         EXPECT_EQ(text.find("put_ring.1 runs 1.") != std::string::npos, columns == 80) << text;
         ASSERT_EQ(screen.rows.size(), 60U * 2 + 3 + 2);
         EXPECT_EQ(screen.rows.back(), "");
