@@ -31,9 +31,9 @@ component_t componentOf(const std::vector<QString>& tags)
 TEST(Component, AGoalIsFoundByEveryNameUnderWhichItIsShown)
 {
     const QString escape = QStringLiteral("a\x1b[2J");
-    const component_t component =
-        componentOf({QStringLiteral("a"), QStringLiteral("a"), QStringLiteral("a.b"),
-                     QStringLiteral("x#2"), QStringLiteral("x"), QStringLiteral("x"), escape});
+    const component_t component = componentOf(
+        {QStringLiteral("a"), QStringLiteral("a"), QStringLiteral("a.b"), QStringLiteral("x#2"),
+         QStringLiteral("x"), QStringLiteral("x"), escape, shown(escape)});
     const struct {
         const char* name;
         std::optional<address_t> goal;
@@ -63,6 +63,8 @@ TEST(Component, AGoalIsFoundByEveryNameUnderWhichItIsShown)
     }
     EXPECT_EQ(nearestGoals(component, QStringLiteral("A.c.2"), 1),
               QStringList{QStringLiteral("a.b.2")});
+    EXPECT_EQ(nearestGoals(component, QStringLiteral("X.2"), 1),
+              QStringList{QStringLiteral("x.2")});
 }
 
 TEST(Component, WhatWouldMoveTheCursorIsShownAsAnEscape)
@@ -81,11 +83,19 @@ TEST(Component, WhatWouldMoveTheCursorIsShownAsAnEscape)
          "abc",
          "\\u202eabc"},
         {"\xf3\xa0\x80\x81", "\\U000e0001"},
+        {"\xe2\x80\xa8", "\\u2028"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(shown(QString::fromUtf8(row.name)), QString::fromUtf8(row.shown));
     }
     EXPECT_EQ(shown(QString(QChar(0xd800))), QStringLiteral("\\ud800"));
+    EXPECT_EQ(quotedForShell(QStringLiteral("a\\b")), QStringLiteral("'a\\b'"));
+    EXPECT_EQ(quotedForShell(QStringLiteral("\\\n")), QStringLiteral("$'\\134\\012'"));
+    const std::pair<double, const char*> times[] = {
+        {9.996, "10.0 s"}, {59.96, "1 min 00 s"}, {3599.6, "1 h 00 min"}};
+    for (const auto& [seconds, text] : times) {
+        EXPECT_EQ(duration(seconds).toStdString(), text);
+    }
 }
 
 } // namespace

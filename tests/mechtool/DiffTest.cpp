@@ -7,12 +7,17 @@ namespace
 
 using Diff = MechtoolRun;
 
+const char* const FIRST = // an obligation before all others
+    "<Proof_Obligations><Proof_Obligation><Tag>first</Tag></Proof_Obligation>";
+
 TEST_F(Diff, WhatWasLostComesFirstAndTheLastLineSumsUp)
 {
     dir.write("old.pos", test::posText("Proved/Proved/Proved Unproved Proved/Proved/Proved|Proved "
                                        "Disproved|Unknown"));
-    dir.write("new.pos", test::posText("Unproved/Unproved/Unknown Proved/Proved/Proved Proved/"
-                                       "Proved/Unproved|Proved"));
+    dir.write("new.pos",
+              test::replaced(test::posText("Unproved/Unproved/Unknown Proved/Proved/Proved "
+                                           "Proved/Proved/Unproved|Proved"),
+                             "<Proof_Obligations>", FIRST));
     const outcome_t outcome = run("diff old.pos new.pos");
     EXPECT_EQ(outcome.status, 1) << outcome.err;
     EXPECT_EQ(outcome.out, 1 + R"(
@@ -32,8 +37,9 @@ Obligations that came, went or have another number of goals
   obligation  before                          after
   PO_1        2 goals: 1 Proved, 1 Disproved  1 goal: 1 Proved
   PO_2        1 goal: 1 Unknown               -
+  first       -                               0 goals
 
-4 goals compared: 1 worse, 1 better, 1 with other records; 2 obligations not the same
+4 goals compared: 1 worse, 1 better, 1 with other records; 3 obligations not the same
 )");
     const outcome_t same = run("diff old.pos ./old.pos");
     EXPECT_EQ(same.status, 0);
@@ -42,22 +48,31 @@ Obligations that came, went or have another number of goals
 
 TEST_F(Diff, JsonHasTheSame)
 {
-    dir.write("old.pos", test::posText("Proved/Proved/Proved Unproved|Proved Disproved"));
-    dir.write("new.pos", test::posText("Unproved/Unproved/Unknown Unknown|Proved"));
+    dir.write("old.pos", test::posText("Proved/Proved/Proved Unproved|Proved Disproved Unknown"));
+    dir.write("new.pos",
+              test::replaced(test::posText("Unproved/Unproved/Unknown Unknown/Proved|Proved"),
+                             "<Proof_Obligations>", FIRST));
     const outcome_t outcome = run("diff --json old.pos new.pos");
     EXPECT_EQ(outcome.status, 1) << outcome.err;
     const QJsonValue answer = jsonOf(outcome.out);
     EXPECT_EQ(textAt(answer, "format"), "mechtool-diff");
+    EXPECT_EQ(textAt(answer, "old"), "old.pos");
     EXPECT_EQ(textAt(answer, "summary"),
-              R"({"better":0,"compared":3,"obligations":1,"other":1,"worse":1})");
+              R"({"better":0,"compared":3,"obligations":2,"other":1,"worse":1})");
     EXPECT_EQ(textAt(answer, "worse/0/goal"), "PO_0.1");
+    EXPECT_EQ(textAt(answer, "worse/0/before"), "Proved");
     EXPECT_EQ(textAt(answer, "worse/0/after"), "Unproved");
     EXPECT_EQ(textAt(answer, "worse/0/records/1"),
               R"({"after":"Unknown","before":"Proved","driver":"D1","mechanism":"mech",)"
               R"("record":"driver"})");
-    EXPECT_EQ(at(answer, "obligations/0/before/disproved").toInt(), 1);
+    EXPECT_EQ(textAt(answer, "other/0/records/0"),
+              R"({"after":"Proved","before":null,"mechanism":"mech","record":"mechanism"})");
+    EXPECT_EQ(textAt(answer, "obligations/0"),
+              R"({"after":{"disproved":0,"goals":1,"proved":1,"unknown":0,"unproved":0,)"
+              R"("unreliablyProved":0},"before":{"disproved":1,"goals":3,"proved":1,"unknown":1,)"
+              R"("unproved":0,"unreliablyProved":0},"name":"PO_1","tag":"PO_1"})");
     const QJsonValue same = jsonOf(run("diff --json old.pos old.pos").out);
-    EXPECT_EQ(at(same, "summary/compared").toInt(), 4);
+    EXPECT_EQ(at(same, "summary/compared").toInt(), 5);
     EXPECT_TRUE(at(same, "worse").isArray());
 }
 

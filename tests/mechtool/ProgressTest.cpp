@@ -43,6 +43,7 @@ TEST(Progress, TheLineShowsWhatMattersMostInWholeParts)
     progress_t last = busy();
     last.secondsLeft = 0.2;
     last.longestSeconds = 4000;
+    last.jobsPerSecond = 0.25;
     const struct {
         const char* label;
         progress_t progress;
@@ -64,8 +65,9 @@ TEST(Progress, TheLineShowsWhatMattersMostInWholeParts)
         {"wide characters", wide, 70,
          "1200/40000 goals, 3 min 20 s left, 980 proved, 12 refuted, "
          "\xe8\xa8\xbc\xe8\xa8\xbc\xe8\xa8\xbc\xe8\xa8\xbc\xe8\xa8\xbc"},
-        {"the last job", last, 80,
-         "1200/40000 goals, 980 proved, 12 refuted, quick, a job runs 1 h 06 min, 3 failed"},
+        {"the last job", last, 100,
+         "1200/40000 goals, 980 proved, 12 refuted, smt/quick, a job runs 1 h 06 min, 3 failed, "
+         "0.25 jobs/s"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.label);

@@ -104,6 +104,9 @@ TEST_F(Report, ThePageHasTheTotalsOfShow)
                         "Unproved; smt Proved (Z3 Proved, E Unproved)\n"),
               std::string::npos);
     EXPECT_NE(html.find("<td>ring: put#2.3<td>Unproved<td>\n"), std::string::npos);
+    EXPECT_NE(html.find("<tr class=d data-r=\"d0 \"><td>ring: put.2"), std::string::npos);
+    EXPECT_NE(html.find("put#2</b><small>0/3</small>"), std::string::npos);
+    EXPECT_EQ(rowOf(html, "<span class=\"driver\">Z3"), "Z3||1ring: put.1|1|1|0|0|0|0");
 }
 
 TEST_F(Report, AComponentWithoutGoalsHasAPageAndResults)
@@ -119,8 +122,12 @@ TEST_F(Report, AComponentWithoutGoalsHasAPageAndResults)
 TEST_F(Report, HostileNamesAreTextsOnly)
 {
     const std::string tags[] = {
-        "&lt;script>alert(1)&lt;/script>", "\"' onload='x",  "{{script}}%1%2",
-        "\xe2\x80\xae&#13;&#9;\\",         "]]&gt;&amp;lt;", std::string(10000, 'x')};
+        "&lt;script>alert(1)&lt;/script>",
+        "\"' onload='x",
+        "{{script}}%1%2",
+        "\xe2\x80\xae&#13;&#9;\\",
+        "]]&gt;&amp;lt;",
+        test::replaced("x" + std::string(4000, 'y') + "x", "y", "\xf0\x9d\x94\xb8")};
     std::string text = "<Proof_Obligations>";
     for (const std::string& tag : tags) {
         const std::string name = test::replaced(tag, "\"", "&quot;");
@@ -150,6 +157,7 @@ TEST_F(Report, HostileNamesAreTextsOnly)
     // The long name stands in full in its row of the map only; elsewhere its middle is left out.
     EXPECT_LT(html.size(), 100000U);
     const QDomElement suites = results(words);
+    EXPECT_EQ(html.find("?\xe2\x80\xa6"), std::string::npos) << "half of a character";
     EXPECT_EQ(attributeOf(suites, "failures"), "6");
     EXPECT_EQ(attributeOf(suites.firstChildElement().firstChildElement(), "name"),
               "<script>alert(1)</script>.1");
@@ -205,6 +213,7 @@ TEST_F(Report, WhatIsWorseThanBeforeStandsFirst)
     const std::string gone = page("ring.pos --baseline more.pos");
     EXPECT_EQ(rowOf(gone, "none"), "none|1 goal: 1 Proved|0 goals");
     EXPECT_NE(gone.find("<li>goal none.1: it was Proved, and is gone"), std::string::npos);
+    EXPECT_NE(gone.find("<li>obligation none has 0 goals, and had 1"), std::string::npos);
 }
 
 /// A line of a journal for the goals of "ring".
@@ -219,39 +228,48 @@ std::string line(const std::string& goals, const std::string& verdicts, const st
 TEST_F(Report, TimesAreThoseOfTheLastJobs)
 {
     dir.write("ring.pos", RING);
-    dir.write(
-        "ring.jsonl",
-        line(R"("put.1","put.2")", R"("Proved","Disproved")", "read", "3",
-             R"(,"time":"2026-01-01")") +
-            line(R"("put.1")", R"("Proved")", "read", "0.5", R"(,"time":"2026-01-02")") +
-            line(R"("put.1")", R"("Unknown")", "read", "9", R"(,"time":"2025-01-01")") +
-            line(R"("put#2.1")", "", "prover crashed", "1",
-                 R"(,"prover":{"signal":"SIGSEGV"},"reader":null)") +
-            line(R"("put#2.2")", "", "time limit", "4") +
-            line(R"("put#2.2")", R"("Unknown")", "read", "2") +
-            line(R"("gone.1")", R"("Proved")", "read", "1") + "\nno json\n" +
-            test::replaced(line(R"("put.1")", R"("Proved")", "read", "1"), "ring", "other") +
-            test::replaced(line(R"("put.1")", R"("Proved")", "read", "1"), "n\":1", "n\":2") +
-            line(R"("put.1")", R"("Proved")", "read", "-1") +
-            R"({"version":1,"component":"ring","mechanism":"smt","driver":"E","goals":["put.2"],)"
-            R"("verdicts":["Unknown"],"end":"read","seconds":7})"
-            "\n{\"version\":1,\"comp");
+    dir.write("ring.jsonl",
+              line(R"("put.1","put.2")", R"("Proved","Disproved")", "read", "3",
+                   R"(,"time":"2026-01-01")") +
+                  line(R"("put.1")", R"("Proved")", "read", "2", R"(,"time":"2026-01-02")") +
+                  line(R"("put.1")", R"("Unknown")", "read", "9", R"(,"time":"2025-01-01")") +
+                  line(R"("put#2.1","put#2.3")", "", "prover crashed", "2",
+                       R"(,"writer":{"error":"Gone"},"prover":{"signal":"SIGSEGV"},"reader":)"
+                       R"({"status":3})") +
+                  line(R"("put#2.2")", "", "time limit", "4") +
+                  line(R"("gone.2","put#2.2")", R"("Proved","Unknown")", "read", "4") +
+                  test::replaced(line(R"("put#2.3")", "", "stopped", "1"), "Z3", "E") +
+                  line(R"("gone.1")", R"("Proved")", "read", "1") + "\nno json\n" +
+                  test::replaced(line(R"("put.1")", R"("Proved")", "read", "1"), "ring", "other") +
+                  test::replaced(line(R"("put.1")", R"("Proved")", "read", "1"), "n\":1", "n\":2") +
+                  line(R"("put.1")", R"("Proved")", "read", "-1") +
+                  test::replaced(line(R"("put.2","put#2.2")", R"("Proved","Proved")", "read", "14"),
+                                 "Z3", "E") +
+                  "{\"version\":1,\"comp");
     const std::string html = page("ring.pos --journal ring.jsonl");
-    EXPECT_NE(html.find("13 lines of the journal; 2 of other components or of goals that are "
+    EXPECT_NE(html.find("14 lines of the journal; 2 of other components or of goals that are "
                         "gone; 4 torn, or of another version."),
               std::string::npos);
-    // Two solved, in 0.5 s and in half of 3 s; two others in 1 s and 2 s.
-    EXPECT_NE(html.find(">smt/Z3<td class=n>4<td class=n>2<td class=n>5.000<td class=n>0.500"
-                        "<td class=n>1.500<td class=n>1.500"),
+    // Two solved, in 2 s and in half of 3 s; three others in 1 s, 1 s and 2 s.
+    EXPECT_NE(html.find(">smt/Z3<td class=n>5<td class=n>2<td class=n>7.500<td class=n>1.500"
+                        "<td class=n>2.000<td class=n>2.000"),
               std::string::npos);
     EXPECT_NE(html.find("<td>Disproved<td>8.500<td>"), std::string::npos); // put.2: 1.5 s and 7 s
     EXPECT_EQ(countOf(html, "<figure class=\"pair\">"), 1);
+    EXPECT_EQ(rowOf(html, "smt/Z3 faster") + rowOf(html, "smt/E faster"),
+              "smt/Z3 faster|1smt/E faster|0");
+    EXPECT_NE(html.find("</span>one solved<td class=n>1\n"), std::string::npos);
+    EXPECT_LT(html.find(">7.000<td>smt/E<td>Proved"), html.find("put#2.1<td class=n>1.000"));
     EXPECT_EQ(rowOf(html, "put#2.1"),
               "put#2.1|1.000|smt/Z3|prover crashed"); // among the slowest
-    EXPECT_NE(html.find("prover crashed: prover ended by SIGSEGV"), std::string::npos);
+    EXPECT_NE(html.find("put#2.1 and 1 more<td>smt/Z3<td class=n>2.000<td>prover crashed: writer: "
+                        "Gone; prover ended by SIGSEGV; reader ended with status 3<td>"),
+              std::string::npos);
+    EXPECT_EQ(html.find("<td>stopped<td>"), std::string::npos) << "not failed";
     EXPECT_EQ(html.find("time limit"), std::string::npos) << "a later job has an answer";
     const QDomElement suites = results("ring.pos --journal ring.jsonl");
-    EXPECT_EQ(attributeOf(suites, "time"), "12.000");
+    EXPECT_EQ(attributeOf(suites, "time"), "22.500");
+    EXPECT_EQ(attributeOf(suites.firstChildElement().firstChildElement(), "time"), "2.000");
     dir.write("empty.jsonl", "");
     EXPECT_NE(page("ring.pos --journal empty.jsonl").find("0 lines of the journal."),
               std::string::npos);
@@ -293,6 +311,8 @@ TEST_F(Report, ResultsFollowTheLevel)
     const QDomElement refuted = results("ring.pos").firstChildElement().lastChildElement();
     EXPECT_EQ(attributeOf(refuted, "classname"), "ring.put");
     EXPECT_EQ(refuted.text(), QStringLiteral("smt Disproved"));
+    dir.write("proved.pos", test::posText("Proved"));
+    results("proved.pos ring.pos --require proved", 1);
 }
 
 TEST_F(Report, ComponentsOfOneNameAreToldApart)
@@ -302,9 +322,13 @@ TEST_F(Report, ComponentsOfOneNameAreToldApart)
         std::filesystem::create_directory(dir.path(folder));
         dir.write(std::string(folder) + "/ring.pos", RING);
     }
-    const std::string html = page("old/ring.pos new/ring.pos --baseline ring.pos");
+    dir.write("was/ring.pos", test::replaced(RING, "'Disproved'", "'Proved'"));
+    dir.write("buffer.pos", RING);
+    const std::string html =
+        page("old/ring.pos new/ring.pos buffer.pos --baseline was/ring.pos --baseline buffer.pos");
     EXPECT_NE(html.find("<td>new/ring.pos: put.1<td>"), std::string::npos);
     EXPECT_NE(html.find("Not compared: new/ring.pos."), std::string::npos);
+    EXPECT_NE(html.find(">1 worse</b>, 0 better, 0 with other records, of 10 "), std::string::npos);
     EXPECT_EQ(attributeOf(results("old/ring.pos new/ring.pos"), "tests"), "10");
 }
 
@@ -332,6 +356,7 @@ TEST_F(Report, FilesAreReplacedInOneStepOrLeftAlone)
 TEST_F(Report, WhatCannotBeDoneIsSaidInOneLine)
 {
     dir.write("ring.pos", RING);
+    dir.write("was.pos", RING);
     dir.write("cut.pos", "<Proof_Obligations>");
     const struct {
         const char* words;
@@ -348,6 +373,9 @@ TEST_F(Report, WhatCannotBeDoneIsSaidInOneLine)
         {"cut.pos --html a", "cut.pos: not well-formed"},
         {"ring.pos --html a --baseline cut.pos", "cut.pos: not well-formed"},
         {"ring.pos --html a --baseline ring.pos --baseline ring.pos", "belongs to no component"},
+        {"ring.pos " MECHRUN_EXAMPLES "/buffer.pos --html a --baseline was.pos",
+         "=was.pos belongs"},
+        {"ring.pos --html cut.pos --journal cut.pos", "cut.pos would be written over"},
         {"ring.pos --html a --journal none", "the journal none cannot be read: "},
         {"ring.pos --html a --journal .", "the journal . cannot be read: it is a folder"},
     };

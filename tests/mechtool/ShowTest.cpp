@@ -74,7 +74,8 @@ No mechanism is recorded.
 TEST_F(Show, FilesOfOneNameAreToldApartByTheirPath)
 {
     dir.write("ring.pos", RING);
-    const outcome_t both = run("show ring.pos ./ring.pos --status Unknown --goals");
+    dir.write("\xc3\xa9.pos", "<Proof_Obligations/>");
+    const outcome_t both = run("show ring.pos ./ring.pos \xc3\xa9.pos --status Unknown --goals");
     EXPECT_EQ(both.status, 0);
     for (const char* line : {"of 8.\n", "\nring.pos  ", "\n./ring.pos  ", "\nall         ",
                              "\nObligations of ./ring.pos\n", "\nGoals of ring.pos\n"}) {
@@ -118,7 +119,7 @@ TEST_F(Show, JsonHasTheTotalsThatAReplayReports)
 /// Names that would harm a terminal or a line of values, in every place that has one.
 const char* const HOSTILE = "<Proof_Obligations><Proof_Obligation><Tag>=a,\"\xc2\x9b" // CSI
                             "2J\xe2\x80\xae&#10;\\</Tag>"
-                            "<Simple_Goal status='Proved'><Proof_State proofState='&#9;'/>"
+                            "<Simple_Goal status='Proved'><Proof_State proofState='&#9;,'/>"
                             "<iapa><status value='&#13;'/></iapa>"
                             "<Mechanism name='\xc2\x9b&#10;' status='Proved'>"
                             "<Driver name='\xf3\xa0\x80\x81' status='Proved'/></Mechanism>"
@@ -127,9 +128,13 @@ const char* const HOSTILE = "<Proof_Obligations><Proof_Obligation><Tag>=a,\"\xc2
 TEST_F(Show, NoNameReachesTheTerminalUnescaped)
 {
     dir.write("h.pos", HOSTILE);
-    for (const std::string options : {"--goals", "--goals --json", "--obligation='=*'"}) {
-        const outcome_t shown = run("show h.pos " + options);
-        EXPECT_EQ(shown.status, 0) << shown.err;
+    dir.write("i.pos", test::replaced(HOSTILE, "Proved", "Unproved"));
+    dir.write("j.pos", "<Proof_Obligations/>");
+    for (const std::string words :
+         {"show h.pos --goals", "show h.pos --goals --json", "show h.pos --obligation='=*'",
+          "diff h.pos i.pos", "diff h.pos j.pos", "check i.pos --baseline h.pos"}) {
+        const outcome_t shown = run(words);
+        EXPECT_EQ(shown.status, words[0] == 's' ? 0 : 1) << shown.err;
         EXPECT_TRUE(std::all_of(shown.out.begin(), shown.out.end(), [](char c) {
             return c == '\n' || (c >= ' ' && c < 0x7f);
         })) << shown.out;
@@ -140,7 +145,15 @@ TEST_F(Show, NoNameReachesTheTerminalUnescaped)
                                           "2J\xe2\x80\xae\n\\");
     EXPECT_EQ(at(goal, "number").toInt(), 1);
     EXPECT_EQ(textAt(goal, "goal"), "=a,\"\\x9b2J\\u202e\\n\\\\.1");
+    EXPECT_EQ(textAt(goal, "status") + textAt(goal, "analyser"), "Proved\r");
     EXPECT_EQ(textAt(goal, "mechanisms/0/drivers/0/name"), "\xf3\xa0\x80\x81");
+    dir.write("ring.pos", RING);
+    const QJsonValue ring = jsonOf(run("show ring.pos --json").out);
+    EXPECT_TRUE(at(ring, "components/0/goals").isUndefined());
+    EXPECT_EQ(textAt(ring, "components/0/obligations/2"),
+              R"({"disproved":0,"goals":2,"name":"put#2","proved":1,"tag":"put","unknown":1,)"
+              R"("unproved":0,"unreliablyProved":0})");
+    EXPECT_EQ(at(ring, "mechanisms/0/provedOnlyHere").toInt(), 1);
 }
 
 TEST_F(Show, CsvHasALineForEachGoalAndQuotesWhatNeedsIt)
@@ -150,8 +163,8 @@ TEST_F(Show, CsvHasALineForEachGoalAndQuotesWhatNeedsIt)
               "file,obligation,number,goal,status,prover,analyser,\"\xc2\x9b\n\",\"\xc2\x9b\n/"
               "\xf3\xa0\x80\x81\"\n"
               "h.pos,\"=a,\"\"\xc2\x9b"
-              "2J\xe2\x80\xae\n\\\",1,\"=a,\"\"\\x9b2J\\u202e\\n\\\\.1\",Proved,\t,\"\r\",Proved,"
-              "Proved\n");
+              "2J\xe2\x80\xae\n\\\",1,\"=a,\"\"\\x9b2J\\u202e\\n\\\\.1\",Proved,\"\t,\",\"\r\","
+              "Proved,Proved\n");
     dir.write("ring.pos", RING);
     EXPECT_EQ(run("show ring.pos --csv --goals --obligation put#2").out,
               "file,obligation,number,goal,status,prover,analyser,smt,atp,atp/E\n"
@@ -189,6 +202,9 @@ TEST_F(Show, WhatCannotBeAnsweredIsSaidInOneLine)
         {"show ring.pos --status Disproved", "no goal is selected"},
         {"show ring.pos --obligation put --obligation 'x*'", "--obligation=x* fits no obligation"},
         {"show ring.pos >/dev/full", "standard output cannot be written"},
+        {"show ring.pos >&-", "standard output cannot be written"},
+        {"show ring.pos --'\x1b[2J'", "\\x1b[2J"},
+        {"'\x1b[2J'", "there is no command \"\\x1b[2J\""},
         {"diff ring.pos ring.pos >/dev/full", "standard output cannot be written"},
     };
     for (const auto& row : rows) {
@@ -199,6 +215,13 @@ TEST_F(Show, WhatCannotBeAnsweredIsSaidInOneLine)
         EXPECT_NE(outcome.err.find(row.line), std::string::npos) << outcome.err;
         EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
     }
+}
+
+TEST_F(Show, HelpIsAnAnswer)
+{
+    EXPECT_EQ(run("").out, run("--help").out);
+    EXPECT_EQ(run("help diff").out.find("Usage: mechtool diff "), 0U);
+    EXPECT_EQ(run("--version").out.find("mechtool "), 0U);
 }
 
 TEST_F(Show, AReaderThatEndsEarlyIsReported)
