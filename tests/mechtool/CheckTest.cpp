@@ -123,6 +123,12 @@ TEST_F(Check, EveryFaultOfAGoalIsNamed)
         SCOPED_TRACE(row.label);
         expectFindings(withGoal(row.goal), row.findings);
     }
+    for (const std::string record : // each tells that this is no file of proof obligations
+         {"<Proof_State proofState='Unproved'/>", "<iapa><status value='Unknown'/></iapa>",
+          "<Mechanism name='m' status='Unknown'/>"}) {
+        expectFindings(withGoal("<Simple_Goal>" + record + "</Simple_Goal>"),
+                       {"goal a.1: Simple_Goal: there is no status"});
+    }
 }
 // NOLINTEND(bugprone-suspicious-missing-comma)
 

@@ -122,6 +122,10 @@ TEST_F(Edit, ResetChangesWhatIsAskedForAndTheGoalFollows)
          "Unproved/Unproved/Proved UnreliablyProved/UnreliablyProved/Proved,Unproved"
          " | Unproved/Unknown/Unknown Disproved/Disproved/Disproved",
          "1 of 4 goals changed"},
+        {"obligation alone", posText(all), "--obligation PO_1",
+         "Proved/Proved/Proved UnreliablyProved/UnreliablyProved/Proved,Unproved"
+         " | Unproved/Unproved/Unknown Unproved/Unproved/Disproved",
+         "2 of 4 goals changed"},
         {"would change", posText(all), "--dry-run", nullptr, "4 of 4 goals would change"},
         {"nothing stands so", posText("Proved/Unproved Unproved"), "--status Unproved", nullptr,
          "0 of 2 goals changed"},

@@ -104,8 +104,14 @@ TEST_F(Report, ThePageHasTheTotalsOfShow)
                         "Unproved; smt Proved (Z3 Proved, E Unproved)\n"),
               std::string::npos);
     EXPECT_NE(html.find("<td>ring: put#2.3<td>Unproved<td>\n"), std::string::npos);
-    EXPECT_NE(html.find("<tr class=d data-r=\"d0 \"><td>ring: put.2"), std::string::npos);
-    EXPECT_NE(html.find("put#2</b><small>0/3</small>"), std::string::npos);
+    for (const char* part :
+         {"<tr class=d data-r=\"d0 \"><td>ring: put.2", "put</b><small>1/2</small>",
+          "put#2</b><small>0/3</small>", "value=\"UnreliablyProved\" data-class=\"r\"",
+          "<option value=\"o1\">smt/Z3</option>", "1 of 5 goals are proved (20 %)",
+          "<rect class=\"p\" x=\"0\" width=\"500\" height=\"10\"/>"
+          "<rect class=\"d\" x=\"500\" width=\"500\" height=\"10\"/>"}) {
+        EXPECT_NE(html.find(part), std::string::npos) << part;
+    }
     EXPECT_EQ(rowOf(html, "<span class=\"driver\">Z3"), "Z3||1ring: put.1|1|1|0|0|0|0");
 }
 
@@ -273,6 +279,26 @@ TEST_F(Report, TimesAreThoseOfTheLastJobs)
     dir.write("empty.jsonl", "");
     EXPECT_NE(page("ring.pos --journal empty.jsonl").find("0 lines of the journal."),
               std::string::npos);
+}
+
+TEST_F(Report, LongListsAreCut)
+{
+    std::string goals;
+    std::string journal;
+    for (int i = 1; i <= 201; ++i) {
+        goals += "Proved/Proved/Proved ";
+        journal += test::replaced(line("\"PO_0." + std::to_string(i) + '"', "", "refused", "1"),
+                                  "ring", "c");
+    }
+    dir.write("c.pos", test::posText(goals + "Unproved"));
+    dir.write("c.jsonl", journal);
+    const std::string html = page("c.pos --journal c.jsonl");
+    for (const char* part : {"201 of 202 goals are proved (99 %)", "PO_0.50 and 151 more: choose",
+                             "<p>And 1 more.</p>"}) {
+        EXPECT_NE(html.find(part), std::string::npos) << part;
+    }
+    EXPECT_EQ(countOf(html, "<td>smt/Z3<td>refused\n"), 20) << "among the slowest";
+    EXPECT_EQ(countOf(html, "<td>smt/Z3<td class=n>1.000<td>refused<td>\n"), 200);
 }
 
 TEST_F(Report, ResultsFollowTheLevel)

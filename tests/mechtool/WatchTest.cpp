@@ -179,6 +179,10 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
          "put_ring.1: the reader crashed"},
         {"refused", refused,
          "put_ring.2, a\\x1b[2J.1: the system refused to start the prover or the reader: full"},
+        {"endless", endedBy(job_end_t::tooMuch, crashed(ONE)),
+         "put_ring.1: the reader printed without end"},
+        {"memory", endedBy(job_end_t::outOfMemory, crashed(ONE)),
+         "put_ring.1: mechtool has no memory left for it"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.label);
