@@ -15,6 +15,11 @@ target_compile_options(mechrun_build INTERFACE
   $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wsuggest-override>
   $<$<BOOL:${MECHRUN_WARNINGS_AS_ERRORS}>:-Werror>)
 
+# No folder's name comes into what is released: the same sources give the same bytes anywhere. The
+# build folder may be in that of the sources, and of two that match the later one counts.
+target_compile_options(mechrun_build INTERFACE "$<$<CONFIG:Release>:\
+-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.;-ffile-prefix-map=${PROJECT_BINARY_DIR}=build>")
+
 if(MECHRUN_SANITIZE)
   target_compile_options(mechrun_build INTERFACE
     -fsanitize=${MECHRUN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
