@@ -30,9 +30,6 @@ set(CPACK_PACKAGE_CONTACT "mechrun maintainers <maintainers@mechrun.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 # The version, and the date of all that is packed, are those at the time of packing.
 set(CPACK_PROJECT_CONFIG_FILE ${debian}/AtPacking.cmake)
-# Whatever the umask.
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -98,4 +95,13 @@ foreach(group programs libraries)
     COMPONENT debian_${group} EXCLUDE_FROM_ALL)
 endforeach()
 
+# CMake makes a target "package" where it finds CPackConfig.cmake. Ours builds what is packed, not
+# the tests, and does not depend on the umask of who calls it: CPack writes modes into the packages.
+set(CPACK_OUTPUT_CONFIG_FILE ${PROJECT_BINARY_DIR}/DebianConfig.cmake)
 include(CPack)
+get_property(packed GLOBAL PROPERTY MECHRUN_LIBRARIES)
+add_custom_target(package
+  COMMAND sh -c "umask 022; exec \"$@\""
+    sh ${CMAKE_CPACK_COMMAND} --config ${CPACK_OUTPUT_CONFIG_FILE}
+  DEPENDS mechrun mechtool mechlimit ${packed}
+  VERBATIM USES_TERMINAL)
