@@ -42,7 +42,7 @@ set(CPACK_DEBIAN_PROGRAMS_PACKAGE_NAME mechrun)
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SECTION math)
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SHLIBDEPS ON)
 # mechrun runs whatever provers the mechanisms name; these are the example's.
-set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SUGGESTS "cvc5, libmechrun-dev, python3, z3")
+set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SUGGESTS "cvc5, python3, z3")
 set(CPACK_DEBIAN_PROGRAMS_DESCRIPTION "replays external provers over proof obligations
 A mechanism is a list of drivers. Each driver consists of three programs: a
 writer translates goals into a file, a prover works on the file, and a reader
