@@ -83,7 +83,7 @@ QString gridUp(const field_t& field, const axis_t& axis)
 std::size_t stepFor(std::size_t most)
 {
     for (std::size_t power = 1;; power *= 10) {
-        for (const std::size_t digit : {1, 2, 5}) {
+        for (const std::size_t digit : {1U, 2U, 5U}) {
             if (most / (digit * power) <= 5) {
                 return digit * power;
             }
