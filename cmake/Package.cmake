@@ -35,7 +35,6 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SOURCE mechrun)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
-set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_NAME mechrun)
@@ -95,13 +94,12 @@ foreach(group programs libraries)
     COMPONENT debian_${group} EXCLUDE_FROM_ALL)
 endforeach()
 
-# CMake makes a target "package" where it finds CPackConfig.cmake. Ours builds what is packed, not
-# the tests, and does not depend on the umask of who calls it: CPack writes modes into the packages.
+# CMake makes a target "package" of its own where it finds CPackConfig.cmake. This one builds what is
+# packed, not the tests.
 set(CPACK_OUTPUT_CONFIG_FILE ${PROJECT_BINARY_DIR}/DebianConfig.cmake)
 include(CPack)
 get_property(packed GLOBAL PROPERTY MECHRUN_LIBRARIES)
 add_custom_target(package
-  COMMAND sh -c "umask 022; exec \"$@\""
-    sh ${CMAKE_CPACK_COMMAND} --config ${CPACK_OUTPUT_CONFIG_FILE}
+  COMMAND ${debian}/pack ${CMAKE_CPACK_COMMAND} ${CPACK_OUTPUT_CONFIG_FILE} ${PROJECT_BINARY_DIR}
   DEPENDS mechrun mechtool mechlimit ${packed}
   VERBATIM USES_TERMINAL)
