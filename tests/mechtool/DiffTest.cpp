@@ -20,8 +20,7 @@ TEST_F(Diff, WhatWasLostComesFirstAndTheLastLineSumsUp)
                              "<Proof_Obligations>", FIRST));
     const outcome_t outcome = run("diff old.pos new.pos");
     EXPECT_EQ(outcome.status, 1) << outcome.err;
-    EXPECT_EQ(outcome.out, 1 + R"(
-Worse
+    EXPECT_EQ(outcome.out, R"(Worse
   goal    before  after     records
   PO_0.1  Proved  Unproved  mech: Proved -> Unproved; mech/D1: Proved -> Unknown
 
