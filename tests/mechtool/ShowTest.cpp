@@ -31,7 +31,8 @@ TEST_F(Show, TheTablesCountGoalsAndRecords)
     dir.write("ring.pos", RING);
     const outcome_t all = run("show ring.pos --goals");
     EXPECT_EQ(all.status, 0) << all.err;
-    EXPECT_EQ(all.out, R"(component  goals  Proved  UnreliablyProved  Disproved  Unknown  Unproved  by mechanisms  by prover
+    EXPECT_EQ("\n" + all.out, R"(
+component  goals  Proved  UnreliablyProved  Disproved  Unknown  Unproved  by mechanisms  by prover
 ring.pos       4       3                 .          .        1         .              3          1
 
 Obligations
