@@ -20,6 +20,7 @@ ENDS = (
     ("a status that is no signal's", "exit 255", 255, "", ""),
     ("a status of a signal that stops", "exit 147", 147, "", ""),
     ("a crash", "kill -SEGV $$", -signal.SIGSEGV, "", ""),
+    ("a signal that bash ignores", "kill -QUIT $$", -signal.SIGKILL, "", ""),
     ("a flood of errors", "yes | head -c 3000000 >&2; echo sat; exit 4", 4, "sat\n", "y\ny\n"),
     ("errors that are binary", "head -c 300000 /dev/urandom >&2; exit 5", 5, "", ""),
     ("not found by a shell", "exit 127", ABORTED, "", UNKNOWN),
@@ -63,6 +64,27 @@ class Wrapper(Case):
         self.assertEqual((0, b""), (run.returncode, run.stderr))
         self.assertTrue(run.stdout == blob, f"{len(run.stdout)} bytes, not those that were given")
 
+    def test_what_is_meant_for_other_steps_changes_neither_environment_nor_folder(self):
+        run = self.run_in(self.link("sh"), "-c", "echo $COLOUR; pwd", env=self.environment(
+            SLURM_EXPORT_ENV="NONE", SLURM_WORKING_DIR="/usr", COLOUR="red"))
+        self.assertEqual((0, f"red\n{self.folder}\n"), (run.returncode, run.stdout), run.stderr)
+
+    def test_input_that_nobody_reads_takes_no_output_along(self):
+        script = "sleep 0.3; head -c 3000000 /dev/zero; exit 3"
+        with open(self.path("input"), "wb") as file:
+            file.write(b"y\n" * 10000000)
+        program, lengths = self.link("sh"), []
+        for _ in range(4):
+            processes = []
+            for _ in range(6):
+                with open(self.path("input"), "rb") as file:
+                    processes.append(self.start(program, "-c", script, stdin=file))
+            for process in processes:
+                output, errors = process.communicate(timeout=60)
+                self.assertEqual(3, process.returncode, errors)
+                lengths.append(len(output))
+        self.assertEqual([3000000] * len(lengths), lengths)
+
     def test_what_never_runs_ends_by_a_signal(self):
         links = os.path.dirname(self.link("sh"))
         ahead = f"{links}:{self.environment()['PATH']}"
@@ -76,6 +98,13 @@ class Wrapper(Case):
              {"SRUN_PROVER_MEMORY": "900G"}, UNKNOWN),
             ("no such allocation", f"{links}/sh", ("-c", "echo sat"),
              {"SLURM_JOB_ID": "4000000"}, UNKNOWN),
+            ("a folder that is gone", "sh", ("-c", "mkdir gone; cd gone; rmdir ../gone; "
+             f"exec {links}/sh -c 'echo sat'"), {}, UNKNOWN),
+            ("no input", "sh", ("-c", f"exec {links}/sh -c 'echo sat' <&-"), {}, "standard input"),
+            ("no file for a pipe", "sh", ("-c", f"ulimit -n 6; exec {links}/sh -c 'echo sat'"), {},
+             "make a pipe"),
+            ("output that cannot be passed on", "sh", ("-c", "trap '' PIPE; exec "
+             f"{links}/sh -c 'echo sat' >/dev/full"), {}, "could not be passed on"),
             ("calls itself", f"{links}/sh", ("-c", f"{links}/sh -c true"), {},
              "is called by what it runs"),
             ("no srun", f"{links}/sh", ("-c", "echo sat"), {"PATH": self.path_without_srun()},
