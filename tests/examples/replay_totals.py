@@ -49,7 +49,7 @@ REPORTS = (
 # Label, list, what is printed with --array, a part of what is said.
 LISTS = (
     ("ranges", "".join(f"{n}.pos\n" for n in range(1, 8)), "1-7", ""),
-    ("comments count", "# x\n\na.pos\n \t\n#b.pos\nb.pos\r\nc.pos\tx.pog\r\nd.pos", "3,6-8", ""),
+    ("comments count", "#x\n \t\na.pos\n#b.pos\nb.pos\r\nc.pos\tx.pog\r\n\nd.pos", "3,5-6,8", ""),
     ("empty", "", "", "no line names a component"),
     ("comments only", "#\n\r\n", "", "no line names a component"),
     ("twice", "a.pos\n./a.pos\n", "", "line 2 names the POS file of line 1 again"),
