@@ -23,6 +23,8 @@ ENDS = (
     ("a signal that bash ignores", "kill -QUIT $$", -signal.SIGKILL, "", ""),
     ("a flood of errors", "yes | head -c 3000000 >&2; echo sat; exit 4", 4, "sat\n", "y\ny\n"),
     ("errors that are binary", "head -c 300000 /dev/urandom >&2; exit 5", 5, "", ""),
+    ("what Slurm says of a cancelled step", "echo 'slurmstepd-n: error: *** STEP 1.0 ON n CANCELLED "
+     "AT t ***' >&2; echo sat", ABORTED, "sat\n", UNKNOWN),
     ("not found by a shell", "exit 127", ABORTED, "", UNKNOWN),
     ("not executable for a shell", "exit 126", ABORTED, "", UNKNOWN),
     ("a shell on the node that dies", "kill -TERM $PPID; sleep 1; echo sat", ABORTED, "sat\n", UNKNOWN),
