@@ -143,3 +143,12 @@ class Case(unittest.TestCase):
         wait_for(lambda: not left(), seconds)
         self.assertEqual([], left(), f"left after {seconds} seconds")
 
+
+class ProversOnNodes(Case):
+    """A test in which the example's solvers run on the nodes, behind the wrapper."""
+
+    def setUp(self):
+        super().setUp()
+        self.resources = self.fill_in("slurm/resources.in",
+                                      LINKS=os.path.dirname(self.link("mechlimit")))
+        self.direct = os.path.join(EXAMPLES, "mechanisms", "direct.xml")

@@ -4,7 +4,7 @@ import os
 import signal
 import time
 
-from cluster.case import EXAMPLES, Case, read
+from cluster.case import EXAMPLES, ProversOnNodes, read
 from cluster.slurm import wait_for
 
 JOBS = 13  # of the mechanism direct over the example
@@ -25,13 +25,7 @@ KILLS = (
 )
 
 
-class WayA(Case):
-    def setUp(self):
-        super().setUp()
-        self.resources = self.fill_in("slurm/resources.in",
-                                      LINKS=os.path.dirname(self.link("mechlimit")))
-        self.direct = os.path.join(EXAMPLES, "mechanisms", "direct.xml")
-
+class WayA(ProversOnNodes):
     def replace_prover(self, script):
         """Environment in which the prover is this script."""
         os.makedirs(self.path("bin"), exist_ok=True)

@@ -3,19 +3,13 @@
 import os
 import time
 
-from cluster.case import EXAMPLES, Case, read
+from cluster.case import EXAMPLES, ProversOnNodes, read
 from cluster.slurm import wait_for
 
 SCRIPT = os.path.join(EXAMPLES, "slurm", "allocation.sbatch")
 
 
-class WayC(Case):
-    def setUp(self):
-        super().setUp()
-        self.resources = self.fill_in("slurm/resources.in",
-                                      LINKS=os.path.dirname(self.link("mechlimit")))
-        self.direct = os.path.join(EXAMPLES, "mechanisms", "direct.xml")
-
+class WayC(ProversOnNodes):
     def test_the_verdicts_are_those_of_the_local_run(self):
         local = self.local_run(self.direct)
         pos = self.copy_pos()
