@@ -23,8 +23,8 @@ def parallel(workers):
     return lambda line: ["parallel", "-j", str(workers), "--colsep", " ", line.format("{1}", "{2}")]
 
 
-# Peak memory of a command in KiB. A process counts the memory of the one that started it until it
-# runs its program, and this one holds whole documents; so a small one starts it.
+# Peak memory of a command in KiB. A process counts the memory of its parent until it runs
+# its program, and this program holds whole documents; so a small program starts the command.
 PEAK = """
 import os, sys
 pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ,

@@ -31,8 +31,8 @@ extern const std::map<pos::status_t, const char*> xmlOfStatus;
 /// its name and value replaced by `file`. Null texts give no argument, empty ones an empty one.
 void append_param(const mechanism::param_t& param, QStringList& args, const QString& file);
 
-/// Appends the arguments that the parameters of a writer stand for. The rule is another one than
-/// that of append_param, on purpose: it tests emptiness, wants exactly one blank as separator to
+/// Appends the arguments that the parameters of a writer stand for. The rule differs from
+/// append_param's rule on purpose: it tests emptiness, wants exactly one blank as separator to
 /// make two arguments, and substitutes nothing.
 // NOLINTNEXTLINE(performance-unnecessary-value-param): by value is what its callers know
 void addParametersBits(QStringList& args, mechanism::tool_t tool);

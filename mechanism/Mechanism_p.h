@@ -1,7 +1,7 @@
 #pragma once
 
-// What the sources of the mechanism unit, and its tests, share among themselves. Contracts on
-// failures and threads are those of the public header.
+// What the sources of the mechanism unit, and its tests, share among themselves. The public
+// header tells what holds for failures and threads.
 
 #include "mechanism/Mechanism.h"
 

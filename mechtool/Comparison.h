@@ -3,8 +3,9 @@
 // What is different between two states of a component: which goals stand worse or better, by which
 // records, and which obligations are not the same. Free functions on views.
 //
-// Obligations are matched by their tag and by their place among those of this tag, whatever stands
-// between them; goals by their number; mechanisms and drivers like obligations, by their name.
+// Obligations are matched by their tag and by their place among the obligations of this tag,
+// whatever stands between them; goals by their number; mechanisms and drivers like obligations, by
+// their name.
 
 #include "mechtool/Component.h"
 #include "pos/pos.h"

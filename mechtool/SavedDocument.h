@@ -16,6 +16,6 @@ file_stamp_t stampOf(const QString& file);
 
 /// Replaces the POS file by the document in one step, with the text that a run would write: in
 /// UTF-8 and indented. The author stays: nobody played. The new content is on the disk afterwards.
-/// Throws CannotAnswer, with the old content in place, when the file can not be replaced, or is not
-/// the one of the stamp `read` any more: what someone else wrote is not lost.
+/// Throws CannotAnswer, with the old content in place, when the file can not be replaced, or is no
+/// longer the file of the stamp `read`: what someone else wrote is not lost.
 void saveDocument(const QString& file, QDomDocument& document, const file_stamp_t& read);

@@ -221,7 +221,7 @@ answer_t runCheck(const QStringList& words)
 {
     Options options(QStringLiteral(
         "Says what is wrong in POS files: unknown words, attributes that are missing, records\n"
-        "that are there twice, goals whose status is not the one that their records give; with\n"
+        "that are there twice, goals whose status differs from what their records give; with\n"
         "-m or -M, where the records and the mechanism files do not agree. --require and\n"
         "--baseline also ask what the goals have reached. A line for each finding.\n"
         "Exit status: 0 in order, 1 findings, 2 a file cannot be read."));

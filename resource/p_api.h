@@ -6,7 +6,7 @@
  *
  * A resource is a value under a tool name and a resource name. Resources come from up to three
  * files: the workbench's own, the user's and an explicitly named one. Of several definitions of
- * one resource the one read last counts; one that was overridden does not come back.
+ * one resource the last that was read counts; an overridden value does not come back.
  *
  * The library keeps its state in one manager per process, made by init_resource_manager and alive
  * until the process ends. Until then every other function does nothing, or returns null. All texts
@@ -69,7 +69,7 @@ void save_resources(void);
 
 /*
  * Sets a resource, making the tool if there is none, and records it in the file that
- * save_resources writes. The texts go into that file as they are: one that holds a newline, or a
+ * save_resources writes. The texts go into that file as they are: a text that holds a newline, or a
  * value that begins with a backslash, does not read back as it was set. A null resource or value
  * changes nothing.
  *

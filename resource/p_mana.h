@@ -39,7 +39,7 @@ public:
 
     /// The file of that source; null when there is none, or no such source.
     T_resource_file* get_file(T_resource_source source) const;
-    /// A new, empty file in place of the one of that source, which is destroyed. An explicit file
+    /// A new, empty file of that source; the old file is destroyed. An explicit file
     /// that exists stays instead, lines and all, and only takes the new name. Null for a source
     /// that does not exist.
     T_resource_file* set_file(const char* name, T_resource_source source);
