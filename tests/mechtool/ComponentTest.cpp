@@ -12,7 +12,6 @@ namespace
 
 component_t componentOf(const std::vector<QString>& tags)
 {
-    component_t component;
     QDomDocument document;
     QDomElement root = document.createElement(QStringLiteral("Proof_Obligations"));
     document.appendChild(root);

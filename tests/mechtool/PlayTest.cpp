@@ -398,13 +398,12 @@ TEST_F(Play, WhatChangesUnderARunIsNoticed)
         SCOPED_TRACE(std::string(row.label) + " " + row.command);
         const bool plays = std::string(row.command) == "play";
         component({driverWith("D1", row.prover)}, plays ? "Unproved" : "Proved/Proved/Proved");
-        std::string both = test::contentOf(dir.path("comp.pos"));
         dir.write("m/z.xml", test::mechanismText("always", {driver("D2", "Proved")}));
         if (!plays) {
-            both = dir.write("comp.pos",
-                             test::replaced(both, "</Simple_Goal>",
-                                            "<Mechanism name='z' status='Proved'><Driver name='D2' "
-                                            "status='Proved'/></Mechanism></Simple_Goal>"));
+            dir.write("comp.pos",
+                      test::replaced(test::contentOf(dir.path("comp.pos")), "</Simple_Goal>",
+                                     "<Mechanism name='z' status='Proved'><Driver name='D2' "
+                                     "status='Proved'/></Mechanism></Simple_Goal>"));
         }
         dir.write("more.pos", test::posText("Proved Proved Proved"));
         const outcome_t outcome = run(std::string(row.command) + " -M m -j 1" + FILES);
