@@ -235,6 +235,9 @@ TEST_F(Children, ALimitedProverIsStartedLikeAnyOther)
         EXPECT_TRUE(program != programs[0] || plain.output.contains("/dev/null")) << "is to waste";
         EXPECT_EQ(limited.output.toStdString(), plain.output.toStdString()) << program;
     }
+    run.prover.path = QString::fromStdString(programs[0]);
+    run.memoryLimit = rlim_t(1) << 40;
+    EXPECT_TRUE(runPair(run, groups).output.endsWith("\n1073741824\n1073741824\n")) << "for good";
     ::signal(SIGPIPE, SIG_DFL);
     sigset_t now;
     ::pthread_sigmask(SIG_UNBLOCK, &some, &now);

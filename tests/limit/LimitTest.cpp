@@ -83,7 +83,7 @@ TEST_F(Limit, WhatCannotStartOrSpeakIsACrash)
     dir.write("plain", "");
     dir.script("strange", "");
     dir.write("strange", "\x7f\x45LF"); // which a shell would take for a command
-    expectRuns("crashes", "PATH=$PATH:. exec mechlimit ");
+    expectRuns("crashes", "PATH=$PATH: exec mechlimit ");
 }
 
 TEST_F(Limit, SignalsArePassedOnAndNothingOutlivesWhatIsKilled)

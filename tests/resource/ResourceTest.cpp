@@ -307,6 +307,7 @@ TEST_F(Resources, OfTwoToolsTheFirstIsMeantAndAResourceWithoutLineIsNotDefined)
     auto* const ident = resource_manager->set_tool("T")->set_resource("K", "2", nullptr);
     EXPECT_STREQ(lookup_resource("T", "K"), "1");
     delete_tool_resources("T");
+    EXPECT_STREQ(lookup_resource("T", "K"), "2");
     EXPECT_EQ(ident->get_tool()->set_resource("K", "3", ident->get_line()), ident);
     EXPECT_EQ(shapeOf(U), "K");
     ident->get_line()->set_item(nullptr);
