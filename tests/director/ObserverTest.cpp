@@ -175,6 +175,7 @@ TEST_F(Observed, AJobTellsItsCommandsItsCostAndItsModel)
 {
     test::Driver driver = {"D1", "group='full'"};
     driver.writer.path = dir.script("w w", "touch $7");
+    driver.writer.parameters = "<param value='w'/>";
     driver.prover = {
         dir.script("p", "dd if=/dev/zero of=/dev/null bs=300M count=1 status=none; exit 1"), "",
         "<param name='-p' value='${file}'/>"};
@@ -193,7 +194,7 @@ TEST_F(Observed, AJobTellsItsCommandsItsCostAndItsModel)
     EXPECT_EQ(job.model, "x = 1\n\ny = 2\n");
     EXPECT_EQ(job.writerCommand.program.toStdString(), dir.path("w w"));
     EXPECT_EQ(job.writerCommand.arguments.join(QLatin1Char(' ')).toStdString(),
-              "-a 0 1 -i " + settings.pogPath + " -o " + job.secondaryFile.toStdString() + " -m");
+              "-a 0 1 -i " + settings.pogPath + " -o " + job.secondaryFile.toStdString() + " -m w");
     EXPECT_EQ(job.proverCommand.program.toStdString(), dir.path("p"));
     EXPECT_EQ(job.proverCommand.arguments, QStringList({QStringLiteral("-p"), job.secondaryFile}));
     EXPECT_EQ(job.readerCommand.program.toStdString(), dir.path("r"));
