@@ -130,6 +130,8 @@ TEST(Comparison, TheRecordsThatChangedAreTold)
         {"a mechanism came", "", mechanism("m", "Proved", proved), "=1 m:->Proved m/d:->Proved\n"},
         {"a mechanism went", mechanism("m", "Proved", proved) + mechanism("n", "Unknown"),
          mechanism("n", "Unknown"), "=1 m:Proved>- m/d:Proved>-\n"},
+        {"another mechanism", mechanism("m", "Proved"), mechanism("n", "Proved"),
+         "=1 m:Proved>- n:->Proved\n"},
         {"a name twice", mechanism("m", "Proved") + mechanism("m", "Unknown"),
          mechanism("m", "Proved") + mechanism("m", "Disproved"), "=1 m:Unknown>Disproved\n"},
         {"drivers came and went", mechanism("m", "Proved", proved), mechanism("m", "Proved", e),

@@ -60,10 +60,28 @@ TEST(Component, AGoalIsFoundByEveryNameUnderWhichItIsShown)
     for (std::size_t i = 0; i < component.obligations.size(); ++i) {
         EXPECT_EQ(goalOfName(component, goalName(component, {i, 1})), address_t(i, 1));
     }
-    EXPECT_EQ(nearestGoals(component, QStringLiteral("A.c.2"), 1),
-              QStringList{QStringLiteral("a.b.2")});
-    EXPECT_EQ(nearestGoals(component, QStringLiteral("X.2"), 1),
-              QStringList{QStringLiteral("x.2")});
+}
+
+TEST(Component, TheNearestGoalIsTheOneWithTheFewestChanges)
+{
+    const struct {
+        std::string tags;
+        const char* name;
+        const char* nearest; ///< nothing when all are far longer than what was asked for
+    } rows[] = {
+        {"a a.b x", "A.c.2", "a.b.2"},                                // a capital is no change
+        {"a x", "X.2", "x.2"},           {"abc xy", "ab.1", "abc.1"}, // a letter was left out
+        {"ab zzac", "zzab.1", "zzac.1"}, // two letters too many, or one that differs
+        {std::string(50, 'x'), "", ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const QStringList tags = QString::fromStdString(row.tags).split(QLatin1Char(' '));
+        EXPECT_EQ(
+            nearestGoals(componentOf({tags.begin(), tags.end()}), QString::fromLatin1(row.name), 1)
+                .join(QLatin1Char(' ')),
+            QString::fromLatin1(row.nearest));
+    }
 }
 
 TEST(Component, WhatWouldMoveTheCursorIsShownAsAnEscape)

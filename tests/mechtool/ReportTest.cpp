@@ -2,6 +2,7 @@
 
 #include "mechtool/Component.h"
 #include "mechtool/report/Content.h"
+#include "mechtool/report/Markup.h"
 #include "mechtool/report/Plots.h"
 #include "mechtool/report/sections.h"
 #include "tests/mechtool/MechtoolRun.h"
@@ -152,7 +153,8 @@ TEST_F(Report, HostileNamesAreTextsOnly)
     EXPECT_EQ(countOf(html, "<script"), 1);
     EXPECT_EQ(countOf(html, "</title>"), 1);
     for (const char* never :
-         {"<img", "<u>", "<b>&lt;b", "\xe2\x80\xae", "\r", "' onload='x'>", "\"\"' onload"}) {
+         {"<img", "<u>", "<b>&lt;b", "\xe2\x80\xae", "\r", "' onload='x'>", "\"\"' onload",
+          "?\xe2\x80\xa6", "\xe2\x80\xa6?"}) { // the last two: half of a character
         EXPECT_EQ(html.find(never), std::string::npos) << never;
     }
     for (const char* text_ :
@@ -161,9 +163,9 @@ TEST_F(Report, HostileNamesAreTextsOnly)
         EXPECT_NE(html.find(text_), std::string::npos) << text_;
     }
     // The long name stands in full in its row of the map only; elsewhere its middle is left out.
+    EXPECT_EQ(countOf(html, " title=\"x\xf0\x9d\x94\xb8"), 1);
     EXPECT_LT(html.size(), 100000U);
     const QDomElement suites = results(words);
-    EXPECT_EQ(html.find("?\xe2\x80\xa6"), std::string::npos) << "half of a character";
     EXPECT_EQ(attributeOf(suites, "failures"), "6");
     EXPECT_EQ(attributeOf(suites.firstChildElement().firstChildElement(), "name"),
               "<script>alert(1)</script>.1");
@@ -290,14 +292,19 @@ TEST_F(Report, LongListsAreCut)
         journal += test::replaced(line("\"PO_0." + std::to_string(i) + '"', "", "refused", "1"),
                                   "ring", "c");
     }
+    for (const char driver : std::string("abcdefghi")) { // which make 36 pairs
+        journal += test::replaced(
+            test::replaced(line("\"PO_0.202\"", "", "read", "0"), "ring", "c"), "Z3", {driver});
+    }
     dir.write("c.pos", test::posText(goals + "Unproved"));
     dir.write("c.jsonl", journal);
     const std::string html = page("c.pos --journal c.jsonl");
     for (const char* part : {"201 of 202 goals are proved (99 %)", "PO_0.50 and 151 more: choose",
-                             "<p>And 1 more.</p>"}) {
+                             "<p>And 1 more.</p>", "<p>8 more pairs are not drawn.</p>"}) {
         EXPECT_NE(html.find(part), std::string::npos) << part;
     }
     EXPECT_EQ(countOf(html, "<td>smt/Z3<td>refused\n"), 20) << "among the slowest";
+    EXPECT_EQ(countOf(html, "<figure class=\"pair\">"), 28);
     EXPECT_EQ(countOf(html, "<td>smt/Z3<td class=n>1.000<td>refused<td>\n"), 200);
 }
 
@@ -446,6 +453,17 @@ TEST(Plots, PointsThatFallTogetherAreDrawnOnce)
     EXPECT_EQ(curve.count(QStringLiteral("class=\"line")), 1)
         << "a driver without answers has none";
     EXPECT_LT(curve.size(), 3000);
+    EXPECT_TRUE(report::quantilePlot({}, report::axisOf(0.1, 1e5))
+                    .contains(QRegularExpression(QStringLiteral(">10000<.*>1e5<"))));
+    EXPECT_EQ(report::lineClass(39), QStringLiteral("l7 w0"));
+}
+
+TEST(Markup, OnlyTheMiddleOfALongTextIsLeftOut)
+{
+    const QString text = QString(80, QLatin1Char('a')) + QString(40, QLatin1Char('b'));
+    EXPECT_EQ(report::shortened(text), text);
+    EXPECT_EQ(report::shortened(text + QLatin1Char('b')),
+              text.left(80) + QChar(0x2026) + text.right(38));
 }
 
 } // namespace

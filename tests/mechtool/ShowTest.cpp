@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include <pty.h>
+
 namespace
 {
 
@@ -25,62 +27,6 @@ const char* const RING = R"(<Proof_Obligations>
  <Simple_Goal status='Unknown'/>
 </Proof_Obligation>
 </Proof_Obligations>)";
-
-TEST_F(Show, TheTablesCountGoalsAndRecords)
-{
-    dir.write("ring.pos", RING);
-    const outcome_t all = run("show ring.pos --goals");
-    EXPECT_EQ(all.status, 0) << all.err;
-    EXPECT_EQ("\n" + all.out, R"(
-component  goals  Proved  UnreliablyProved  Disproved  Unknown  Unproved  by mechanisms  by prover
-ring.pos       4       3                 .          .        1         .              3          1
-
-Obligations
-  obligation  goals  Proved  UnreliablyProved  Disproved  Unknown  Unproved
-  put             2       2                 .          .        .         .
-  get             .       .                 .          .        .         .
-  put#2           2       1                 .          .        1         .
-
-Mechanisms and drivers
-  mechanism, driver  records  Proved  UnreliablyProved  Disproved  Unknown  Unproved  only
-  smt                      3       3                 .          .        .         .     1
-    Z3                     2       2                 .          .        .         .     1
-    E                      1       .                 .          .        .         1     .
-  atp                      1       1                 .          .        .         .     .
-    E                      1       1                 .          .        .         .     1
-
-Goals
-  goal     status   records
-  put.1    Proved   prover Unproved; analyser Valid; smt Proved (Z3 Proved, E Unproved)
-  put.2    Proved   prover Proved(1); smt Proved (Z3 Proved)
-  put#2.1  Proved   smt Proved; atp Proved (E Proved)
-  put#2.2  Unknown
-)");
-    const outcome_t selected = run("show ring.pos --obligation 'put#*' --status Unknown");
-    EXPECT_EQ(selected.out, R"(Only the 1 goal selected, of 4.
-
-component  goals  Proved  UnreliablyProved  Disproved  Unknown  Unproved  by mechanisms  by prover
-ring.pos       1       .                 .          .        1         .              .          .
-
-Obligations
-  obligation  goals  Proved  UnreliablyProved  Disproved  Unknown  Unproved
-  put#2           1       .                 .          .        1         .
-
-No mechanism is recorded.
-)");
-}
-
-TEST_F(Show, FilesOfOneNameAreToldApartByTheirPath)
-{
-    dir.write("ring.pos", RING);
-    dir.write("\xc3\xa9.pos", "<Proof_Obligations/>");
-    const outcome_t both = run("show ring.pos ./ring.pos \xc3\xa9.pos --status Unknown --goals");
-    EXPECT_EQ(both.status, 0);
-    for (const char* line : {"of 8.\n", "\nring.pos  ", "\n./ring.pos  ", "\nall         ",
-                             "\nObligations of ./ring.pos\n", "\nGoals of ring.pos\n"}) {
-        EXPECT_NE(both.out.find(line), std::string::npos) << line << both.out;
-    }
-}
 
 TEST_F(Show, JsonHasTheTotalsThatAReplayReports)
 {
@@ -169,6 +115,23 @@ TEST_F(Show, CsvHasALineForEachGoalAndQuotesWhatNeedsIt)
               "file,obligation,number,goal,status,prover,analyser,smt,atp,atp/E\n"
               "ring.pos,put#2,1,put#2.1,Proved,,,Proved,Proved,Proved\n"
               "ring.pos,put#2,2,put#2.2,Unknown,,,,,\n");
+}
+
+TEST_F(Show, CsvHasNoControlCharactersForATerminal)
+{
+    dir.write("h.pos", HOSTILE);
+    int master = -1;
+    int slave = -1;
+    ASSERT_EQ(::openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
+    run(std::string("show h.pos --csv >") + ::ttyname(slave));
+    ::close(slave);
+    std::string text;
+    char block[4096];
+    for (ssize_t count; (count = ::read(master, block, sizeof block)) > 0;) {
+        text.append(block, static_cast<std::size_t>(count));
+    }
+    ::close(master);
+    EXPECT_NE(text.find("h.pos,\"=a,\"\"\\x9b2J\\u202e\r\n\\\",1,"), std::string::npos) << text;
 }
 
 TEST_F(Show, WhatCannotBeAnsweredIsSaidInOneLine)
