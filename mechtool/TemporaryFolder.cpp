@@ -57,6 +57,15 @@ pid_t startWatcher(int input, const QByteArray& folder)
     return error == 0 ? watcher : 0;
 }
 
+/// Where the folder is made. QDir::tempPath() is empty where TMPDIR names a folder that is not
+/// there, and the root folder is no place for it.
+QString temporaryPlace()
+{
+    const QByteArray given = qgetenv("TMPDIR");
+    return given.isEmpty() ? QStringLiteral("/tmp")
+                           : QDir::current().absoluteFilePath(QString::fromUtf8(given));
+}
+
 std::mutex mutex;
 std::set<TemporaryFolder*> folders; ///< that there are; guarded by `mutex`
 
@@ -64,11 +73,12 @@ std::set<TemporaryFolder*> folders; ///< that there are; guarded by `mutex`
 
 TemporaryFolder::TemporaryFolder()
 {
-    QByteArray name = QDir::tempPath().toUtf8() + "/mechtool-XXXXXX";
+    const QString place = temporaryPlace();
+    QByteArray name = place.toUtf8() + "/mechtool-XXXXXX";
     if (::mkdtemp(name.data()) == nullptr) {
         throw CannotAnswer(
             QStringLiteral("no folder can be made in %1: %2: set TMPDIR, or give one with -d")
-                .arg(shown(QDir::tempPath()), QString::fromUtf8(std::strerror(errno))));
+                .arg(shown(place), QString::fromUtf8(std::strerror(errno))));
     }
     folder = QString::fromUtf8(name);
     Pipe pipe;

@@ -121,6 +121,12 @@ TEST_F(Play, EveryOpenGoalIsRunAndTheTableTells)
     const auto written = std::filesystem::last_write_time(dir.path("comp.pos"));
     EXPECT_EQ(run("play -M m" + FILES).status, 0);
     EXPECT_TRUE(written == std::filesystem::last_write_time(dir.path("comp.pos")));
+    const std::string none = dir.path("none");
+    ::setenv("TMPDIR", none.c_str(), 1);
+    EXPECT_EQ(run("play -M m -d temp" + FILES).status, 0);
+    EXPECT_EQ(run("play -M m" + FILES).err,
+              "mechtool play: no folder can be made in " + none +
+                  ": No such file or directory: set TMPDIR, or give one with -d\n");
 }
 
 TEST_F(Play, WhatCannotBePlayedIsSaidBeforeTheFirstJob)
