@@ -80,6 +80,8 @@ TEST_F(Edit, NewMakesAFileThatIsInOrderOrNone)
             << made.out << made.err;
         EXPECT_EQ(test::exists(dir.path("c.pos")), row.status == 0);
         EXPECT_EQ(run("check c.pos").status, row.status);
+        EXPECT_TRUE(row.status != 0 || std::filesystem::status(dir.path("c.pos")).permissions() ==
+                                           std::filesystem::status(dir.path("list")).permissions());
         std::filesystem::remove(dir.path("c.pos"));
     }
     dir.write("list", "a 1\n");

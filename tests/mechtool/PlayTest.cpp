@@ -7,6 +7,9 @@
 #include <filesystem>
 #include <thread>
 
+#include <fcntl.h>
+#include <pty.h>
+
 namespace
 {
 
@@ -104,6 +107,8 @@ TEST_F(Play, EveryOpenGoalIsRunAndTheTableTells)
          "Unproved/Unproved/Unknown,Unproved Proved/Unproved/Unproved,Unproved", 1, "PO_0.1"},
         {"report", "--report -d temp", "Unproved", "Proved/Proved/Unknown,Proved", 0,
          "Proving comp with external mechanism mech\n\tProof driver D1, still 1 unproved PO\n"},
+        {"end of the report", "--report", "Unproved", "Proved/Proved/Unknown,Proved", 0,
+         "\nEnd of proof\n\nTOTAL for comp\t Proved 1\t Proved externally 1\t"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.label);
@@ -241,6 +246,10 @@ TEST_F(Play, AReplayConfirmsEveryVerdictByItself)
          "  "
          "why\n  PO_0.1  -          -       Unproved",
          "0 goals worse, 1 better", "Proved/Proved/Proved,Unproved"},
+        {"the same, and the analyser's word", "always", "Unknown", "", "",
+         "Unproved/Proved/Proved,Unproved", "<iapa><status value='Valid'/></iapa>", 0,
+         "Lost records", "0 of 1 verdict confirmed; 0 goals worse, 1 better",
+         "UnreliablyProved/Unproved/Unknown,Unproved"},
         {"refuted by the first of two", "always", "Disproved", "", "",
          "Disproved/Proved/Proved,Unproved", "Disproved", 1, "Contradictions",
          "1 of 2 verdicts confirmed; 1 goal worse", "Disproved/Disproved/Disproved,Unproved"},
@@ -379,6 +388,8 @@ TEST_F(Play, AReplayOfWhatCannotBeJudgedIsRefused)
         EXPECT_EQ(outcome.status, 2);
         EXPECT_NE(outcome.err.find(row.error), std::string::npos) << outcome.err;
     }
+    EXPECT_EQ(run("replay -m m/mech.xml" + FILES).err,
+              "mechtool replay: comp.pos records nothing of mechanism \"mech\": play it first\n");
 }
 
 TEST_F(Play, WhatChangesUnderARunIsNoticed)
@@ -433,13 +444,22 @@ TEST_F(Play, AsManyJobsRunAtOnceAsAreAskedForAndAPlayThatIsNotSavedHasFailed)
     const std::string limited =
         "cd " + dir.path() + "; mkfifo meet 2>&-; trap '' XFSZ; ulimit -f 1; exec >out 2>err ";
     dir.write("list", "a 99");
+    dir.write("new.xml", test::mechanismText("always", {driver("D2", "Proved")}));
     dir.write("big.pos", test::posText(goals + " Proved/Proved/Proved,Proved" + proved));
     for (const std::string& words : // the file that is written has no room
          std::vector<std::string>{"play -M m -j 2" + FILES, "reset big.pos", "new c.pos list",
                                   "report big.pos --html page", "report big.pos --html list",
+                                  "play -m new.xml --fast -s big.pos -p comp.pog",
                                   "replay -M m" + FILES}) {
         EXPECT_EQ(WEXITSTATUS(std::system((limited + MECHTOOL " " + words).c_str())), 2) << words;
     }
+    component({driverWith("D1", "mkdir half 2>&- && exec cat; kill -TERM $PPID; exec sleep 100")},
+              goals);
+    const std::string stopped = limited + MECHTOOL " play -M m -j 1" + FILES;
+    EXPECT_EQ(WEXITSTATUS(std::system(stopped.c_str())), 128 + SIGTERM);
+    EXPECT_NE(test::contentOf(dir.path("err"))
+                  .find("stopped: 1 of 2 goals done; the POS file could not be saved: make room, "),
+              std::string::npos);
     EXPECT_FALSE(test::exists(dir.path("c.pos")) || test::exists(dir.path("page")));
     EXPECT_EQ(test::contentOf(dir.path("list")), "a 99");
     for (const std::string several :
@@ -453,32 +473,36 @@ TEST_F(Play, AsManyJobsRunAtOnceAsAreAskedForAndAPlayThatIsNotSavedHasFailed)
 
 TEST_F(Play, DriversThatOnlyTheRecordsOrOnlyTheFileKnowAreReported)
 {
-    component({driver("D1", "Proved"), driver("D2", "Proved")}, "");
+    component({driver("D\xc3\xa9", "Proved"), driver("D2", "Proved")}, "");
     const std::string goal =
         "<Simple_Goal status='Unproved'><Mechanism name='other' status='Unproved'/>"
-        "<Mechanism name='mech' status='Unproved'><Driver name='D1' status='Proved'/>"
-        "<Driver name='D9' status='Proved'/></Mechanism></Simple_Goal>";
-    dir.write("comp.pos", "<Proof_Obligations><Proof_Obligation><Tag>PO_0</Tag>" + goal + goal +
-                              "</Proof_Obligation></Proof_Obligations>");
-    EXPECT_EQ(run("replay --quiet -m m/mech.xml" + FILES).err, "");
+        "<Mechanism name='mech' status='Unproved'><Driver name='D\xe9' status='Proved'/>"
+        "<Driver name='D9\x7f' status='Proved'/></Mechanism></Simple_Goal>";
+    dir.write("comp.pos", "<?xml version='1.0' encoding='ISO-8859-1'?><Proof_Obligations>"
+                          "<Proof_Obligation><Tag>PO_0</Tag>" +
+                              goal + goal + "</Proof_Obligation></Proof_Obligations>");
+    const outcome_t quiet = run("replay --quiet -m m/mech.xml" + FILES);
+    EXPECT_EQ(quiet.err, "");
+    EXPECT_NE(quiet.out.find("2 of 4 verdicts confirmed"), std::string::npos) << quiet.out;
     const outcome_t outcome = run("replay -m m/mech.xml --fast" + FILES);
-    EXPECT_NE(outcome.out.find("the mechanism file has no such driver"), std::string::npos);
+    EXPECT_NE(outcome.out.find("  D9\\x7f  Proved  not confirmed  the mechanism file has no such "),
+              std::string::npos);
     EXPECT_EQ(outcome.err,
-              "mechtool replay: the POS file records driver D9 of mechanism mech on 2 goals, but "
-              "the mechanism file has no such driver: it is not run\n"
+              "mechtool replay: the POS file records driver D9\\x7f of mechanism mech on 2 goals, "
+              "but the mechanism file has no such driver: it is not run\n"
               "mechtool replay: driver D2 is new in mechanism mech: it is not run on 2 goals whose "
               "records do not know it (\"mechtool forget\" removes the records)\n");
 }
 
 TEST_F(Play, AModelIsPrintedAndTheFileStays)
 {
-    test::Driver with = driver("D1", "Disproved 'x = 1' '\\\\\x1b[2J'");
+    test::Driver with = driver("D1\x7f", "Disproved 'x = 1' '\\\\\x1b[2J'");
     component({with, driver("D2", "Proved"), driverWith("D3", "kill -KILL $$")},
               "Unproved|Proved/Unproved/Unproved Proved");
     const std::string before = test::contentOf(dir.path("comp.pos"));
     const outcome_t outcome = run("model -m m/mech.xml --goal PO_1.2" + FILES);
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_NE(outcome.out.find("D1: Disproved after "), std::string::npos);
+    EXPECT_NE(outcome.out.find("D1\\x7f: Disproved after "), std::string::npos);
     EXPECT_NE(outcome.out.find("\n  x = 1\n  \\\\\\x1b[2J\nD2: Proved after "), std::string::npos)
         << outcome.out;
     EXPECT_EQ(run("model -m m/mech.xml --driver D2 --goal PO_0.1" + FILES).status, 1);
@@ -489,7 +513,9 @@ TEST_F(Play, AModelIsPrintedAndTheFileStays)
               std::string::npos);
     EXPECT_EQ(before, test::contentOf(dir.path("comp.pos")));
     component({driverWith("D1", "kill -KILL $$")}, "Unproved");
-    EXPECT_EQ(run("model -m m/mech.xml --goal PO_0.1" + FILES).status, 2);
+    EXPECT_NE(run("model -m m/mech.xml --quiet --goal PO_0.1 2>&1" + FILES)
+                  .out.find(" s\nmechtool model: no driver came to a verdict on goal PO_0.1: see "),
+              std::string::npos);
 }
 
 TEST_F(Play, ASignalIsAnOrderlyStop)
@@ -509,7 +535,6 @@ TEST_F(Play, ASignalIsAnOrderlyStop)
             EXPECT_TRUE(test::exists(dir.path("temp/comp_mech_D1_0_0.po2")));
             signal == SIGHUP ? 0 : ::kill(child, SIGHUP);
             ::kill(child, signal);
-            signal == SIGINT ? 0 : ::kill(child, signal); // only a second interrupt hurries
             const outcome_t outcome = end(child);
             EXPECT_EQ(outcome.status, 128 + signal);
             EXPECT_NE(outcome.err.find("stopped: 0 of 2 goals done; the POS file "),
@@ -521,6 +546,69 @@ TEST_F(Play, ASignalIsAnOrderlyStop)
             EXPECT_EQ(command == "replay", before == test::contentOf(dir.path("comp.pos")));
         }
     }
+}
+
+TEST_F(Play, AStopKeepsWhatIsDoneAndOnlyASecondInterruptHurriesIt)
+{
+    // The first job is proved, and the second one stops the play with these signals.
+    const std::string proves =
+        "ls /proc/self/fd >open; mkdir one 2>&- && exec cat; echo $PPID >tool; ";
+    const std::string waits = "; exec sleep 100";
+    const std::string two = "kill -STOP $PPID; kill -HUP $PPID; kill -TERM $PPID; kill -CONT $PPID";
+    const std::string goals = "Unproved/Unproved/Unproved Unproved/Unproved/Unproved";
+    component({driverWith("D1", proves + two + waits)}, goals);
+    const outcome_t stopped = run("play -M m -j 1" + FILES);
+    EXPECT_TRUE(stopped.status == 128 + SIGHUP || stopped.status == 128 + SIGTERM);
+    EXPECT_EQ(stopped.err, "stopped: 1 of 2 goals done; the POS file holds them; "
+                           "run the same command to go on\n");
+    EXPECT_EQ(statuses(), "Proved/Proved/Proved Unproved/Unproved/Unproved");
+    EXPECT_EQ(test::contentOf(dir.path("open")), "0\n1\n2\n3\n") << "and 3 is the folder's own";
+
+    // The last step of a stop is held up until the interrupt has come.
+    dir.script("bin/rm", "kill -INT $(cat tool); sleep 1; exec /bin/rm \"$@\"");
+    component({driverWith("D1", "echo $PPID >tool; kill -TERM $PPID" + waits)}, "Unproved");
+    const std::string path = ::getenv("PATH");
+    ::setenv("PATH", (dir.path("bin:") + path).c_str(), 1);
+    EXPECT_EQ(run("play -M m" + FILES).status, 128 + SIGINT);
+    ::setenv("PATH", path.c_str(), 1);
+}
+
+TEST_F(Play, ALineIsDrawnWhereATerminalShowsIt)
+{
+    const struct {
+        const char* terminal; ///< where the error stream goes
+        const char* words;
+        bool isDrawn;
+    } rows[] = {
+        {"xterm", "", true},
+        {"xterm", "--progress=always", true},
+        {"xterm", "--progress=never", false},
+        {"xterm", "--report >&2", false},
+        {"dumb", "", false},
+        {"", "", false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.terminal) + row.words);
+        int master = -1;
+        int slave = -1;
+        ASSERT_EQ(::openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
+        ::setenv("TERM", row.terminal, 1);
+        component({driverWith("D\xc2\x9b", "sleep 0.4; cat")}, "Unproved");
+        EXPECT_EQ(run("play -M m 2>" + std::string(::ttyname(slave)) + FILES + row.words).status,
+                  0);
+        ::fcntl(master, F_SETFL, O_NONBLOCK);
+        std::string text(4096, '\0');
+        text.resize(std::size_t(std::max(ssize_t(0), ::read(master, &text[0], text.size()))));
+        EXPECT_EQ(text.find("0/1 goals, 0 proved, mech/D") != std::string::npos, row.isDrawn)
+            << text;
+        EXPECT_EQ(text.find("\xc2\x9b"), std::string::npos) << text;
+        EXPECT_EQ(text.find("mechtool play: 1/1"), std::string::npos) << text;
+        ::close(slave);
+        ::close(master);
+    }
+    ::setenv("TERM", "dumb", 1);
+    dir.write("comp.pos", test::posText("Unproved"));
+    EXPECT_EQ(run("play -M m --progress=always" + FILES).err.find("mechtool play: 1/1 goals"), 0U);
 }
 
 TEST_F(Play, NothingIsLeftOfAKilledPlay)

@@ -1,6 +1,7 @@
-// How far a play is: the line, and the time left.
+// How far a play is: the line, and the time left; what goals add up to.
 
 #include "mechtool/Progress.h"
+#include "mechtool/Totals.h"
 #include "tests/support/Support.h"
 
 #include <gtest/gtest.h>
@@ -108,9 +109,9 @@ TEST(TimeLeft, RunsDownSteadilyWhereJobsComeInBursts)
 {
     TimeLeft left;
     double before = 0;
-    for (int tick = 0; tick < 2000; ++tick) {
+    for (int tick = 0; tick < 3300; ++tick) {
         // Ten goals every two seconds: 5 a second, of 1500.
-        const double goals = 1500 - (tick / 20) * 10;
+        const double goals = std::max(0, 1500 - (tick / 20) * 10);
         left.pass(0.1, tick % 20 == 0 ? 10 : 0, goals);
         if (tick < 19) {
             EXPECT_FALSE(left.seconds());
@@ -119,8 +120,9 @@ TEST(TimeLeft, RunsDownSteadilyWhereJobsComeInBursts)
             continue;
         }
         ASSERT_TRUE(left.seconds());
-        const double truth = std::max(0.0, goals / 5);
+        const double truth = goals / 5;
         EXPECT_NEAR(*left.seconds(), truth, 3 + truth * 0.15) << tick;
+        EXPECT_GE(*left.seconds(), 0) << tick;
         if (tick > 100) {
             EXPECT_LT(std::abs(*left.seconds() - before), 1) << tick;
         }
@@ -144,6 +146,13 @@ TEST(TimeLeft, FollowsADriverOfAnotherPace)
         left.pass(0.1, 0, 1000);
     }
     EXPECT_GT(*left.seconds(), 1500);
+}
+
+TEST(Totals, AGoalThatOneOfTwoMechanismsProvedIsProvedExternally)
+{
+    Totals totals;
+    totals.add({pos::PROVED, false, {}, {}, {{{}, pos::PROVED, {}}, {{}, pos::UNPROVED, {}}}});
+    EXPECT_EQ(totals.provedExternally, 1U);
 }
 
 } // namespace

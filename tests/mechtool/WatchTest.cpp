@@ -4,8 +4,11 @@
 #include "mechtool/Watch.h"
 #include "base/LogLine.h"
 #include "mechtool/Command.h"
+#include "mechtool/FailedJob.h"
+#include "mechtool/Journal.h"
 #include "tests/support/Support.h"
 
+#include <QDir>
 #include <QJsonDocument>
 #include <QRegularExpression>
 
@@ -151,6 +154,7 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
     stopped.writer.signal = SIGKILL; // which is how a stop ends it
     job_ended_t noFile = jobOf(ONE, "Proved");
     noFile.hasSecondaryFile = false;
+    noFile.writer.status = 3;
     job_ended_t noReader = endedBy(job_end_t::wrongCount, crashed(TWO));
     noReader.found = 1;
     noReader.reader.started = false;
@@ -172,7 +176,7 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
          "started: No such file or directory"},
         {"no verdict", jobOf(TWO, "Proved -"),
          "put_ring.2, a\\x1b[2J.1: the reader gave no verdict on a\\x1b[2J.1"},
-        {"no file", noFile, "put_ring.1: the writer left no file /t/f 1.po2, its exit status is 0"},
+        {"no file", noFile, "put_ring.1: the writer left no file /t/f 1.po2, its exit status is 3"},
         {"limit", endedBy(job_end_t::timeLimit, crashed(ONE)),
          "put_ring.1: the prover or its reader reached the time limit"},
         {"reader", endedBy(job_end_t::readerCrashed, crashed(ONE)),
@@ -183,6 +187,8 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
          "put_ring.1: the reader printed without end"},
         {"memory", endedBy(job_end_t::outOfMemory, crashed(ONE)),
          "put_ring.1: mechtool has no memory left for it"},
+        {"memory limit", endedBy(job_end_t::memoryLimit, crashed(ONE)),
+         "put_ring.1: the prover failed under the memory limit"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.label);
@@ -193,8 +199,9 @@ TEST_F(WatchTest, AFailedJobIsALineWithItsCause)
         EXPECT_EQ(linesOf(settings(), use),
                   row.line.empty() ? ""
                                    : "mechtool play: smt/quick: " + row.line +
-                                         ", after 0.25 s; by hand: /bin/writer -o './f 1.po2' && "
-                                         "./prover '$x' '' | /bin/reader\n");
+                                         ", after 0.25 s; by hand: /bin/writer -o './f 1.po2'" +
+                                         (row.job.writer.status == 0 ? " &&" : ";") +
+                                         " ./prover '$x' '' | /bin/reader\n");
         watch_settings_t quiet = settings();
         quiet.quiet = true;
         EXPECT_EQ(linesOf(quiet, use), "");
@@ -245,6 +252,12 @@ TEST_F(WatchTest, TheJournalHoldsALineAJobAfterATornOne)
         watch.driverBegins(driverOf("quick", 6));
         watch.jobEnded(crashed(ONE));
     });
+    std::string words;
+    for (int end = 0; end <= int(job_end_t::stopped); ++end) {
+        words += wordOfEnd(job_end_t(end)).toStdString() + ",";
+    }
+    EXPECT_EQ(words, "read,left file,prover crashed,reader crashed,wrong count,too much,refused,"
+                     "time limit,memory limit,out of memory,stopped,");
     const QRegularExpression time(QStringLiteral("\"time\":\"[0-9]{4}-[-0-9T:.]{18}Z\","));
     EXPECT_EQ(QString::fromStdString(test::contentOf(dir.path("journal"))).remove(time),
               QStringLiteral("{\"version\":1,\"ti\n"
@@ -323,13 +336,14 @@ TEST_F(WatchTest, OnAFullDiskNoHalfIsLeftOrTakenForAWhole)
         job.errorOutput = QByteArray(2000, 'e');
         ::setrlimit(RLIMIT_FSIZE, &limit);
         watch.jobEnded(job);
+        watch.jobEnded(job); // of which not even a part has room
         limit.rlim_cur = limit.rlim_max;
         ::setrlimit(RLIMIT_FSIZE, &limit);
         watch.jobEnded(jobOf(ONE, "Proved"));
         watch.jobEnded(jobOf(ONE, "Proved"));
     });
     EXPECT_NE(lines.find("kept: File too large: "), std::string::npos) << lines;
-    EXPECT_NE(lines.find("journal lacks 1 line\n"), std::string::npos) << lines;
+    EXPECT_NE(lines.find("journal lacks 2 lines\n"), std::string::npos) << lines;
     EXPECT_FALSE(test::exists(dir.path("kept/smt_quick_put_ring.1/errors.txt")));
     const QString journal = QString::fromStdString(test::contentOf(dir.path("journal")));
     EXPECT_EQ(journal.section(QLatin1Char('\n'), 1, 1).size(), 1000 - 901);
@@ -353,41 +367,50 @@ TEST_F(WatchTest, WhatIsKeptOfAFailedJobRunsOnItsOwnCopy)
     // An earlier run's folder, and a link out of the folder, in the way of the names.
     ::mkdir(dir.path("kept").c_str(), 0700);
     ::mkdir(dir.path("other").c_str(), 0700);
-    ::mkdir(dir.path("kept/_._smt_q__._put_ring.1").c_str(), 0700);
-    ASSERT_EQ(::symlink("../other", dir.path("kept/_._smt_q__._put_ring.1-2").c_str()), 0);
+    const std::string cut(56, 'm');
+    const std::string folder = dir.path("kept/_._s" + cut + "__q_._put_ring.1");
+    ::mkdir(folder.c_str(), 0700);
+    ASSERT_EQ(::symlink("../other", (folder + "-2").c_str()), 0);
     watch_settings_t keeping = settings();
     keeping.quiet = true;
     keeping.keepFailed = path("kept");
-    driver_begins_t driver = driverOf("q/\xc3\xa9.", 6, true);
-    driver.mechanism = QStringLiteral("../smt");
+    driver_begins_t driver = driverOf("-q\xc3\xa9.", 6, true);
+    driver.mechanism = QString::fromStdString("../s" + cut + "more");
     job_ended_t job = crashed(ONE);
-    job.secondaryFile = path("it's.po2");
+    job.secondaryFile = path("it's.a.po2");
     job.errorOutput = QByteArray("what \xff went wrong\n");
     job.writerCommand = {
         QString::fromStdString(dir.script("write", "echo written >\"$1\"; echo noise")),
         {job.secondaryFile}};
-    job.proverCommand = {QString::fromStdString(dir.script("prove", "cat - \"$1\"; echo \"$2$#\"")),
+    // The prover is one of the current folder, whose name needs quotes, and reads a file there.
+    const QString before = QDir::currentPath();
+    dir.write("it's $x/mark", "here\n");
+    dir.script("it's $x/prove", "cat - \"$1\" mark; echo \"$2$#\"");
+    QDir::setCurrent(path("it's $x"));
+    job.proverCommand = {QStringLiteral("prove"),
                          {job.secondaryFile, QStringLiteral("$HOME '\n"), QString()}};
     job.readerCommand = {QStringLiteral("/bin/cat"), {}};
     linesOf(keeping, [&](Watch& watch) {
         watch.driverBegins(driver);
-        dir.write("it's.po2", "kept\n");
+        dir.write("it's.a.po2", "kept\n");
         watch.jobEnded(job);
-        ::unlink(dir.path("it's.po2").c_str());
-        ::mkfifo(dir.path("it's.po2").c_str(), 0600); // which is not copied
+        ::unlink(dir.path("it's.a.po2").c_str());
+        ::mkfifo(dir.path("it's.a.po2").c_str(), 0600); // which is not copied
         job.hasSecondaryFile = false;
         watch.jobEnded(job);
+        watch.jobEnded(endedBy(job_end_t::leftFile, job_ended_t{0, ONE})); // without commands
         watch.jobEnded(jobOf(ONE, "Proved"));
     });
-    const std::string folder = dir.path("kept/_._smt_q__._put_ring.1");
     EXPECT_EQ(test::contentOf(folder + "-3/errors.txt"), "what \xff went wrong\n");
-    EXPECT_EQ(outputOf(folder + "-3/run.sh"), "kept\nkept\n$HOME '\n3\n");
-    EXPECT_EQ(outputOf(folder + "-4/run.sh"), "written\nwritten\n$HOME '\n3\n");
-    EXPECT_TRUE(test::exists(folder + "-3/it_s.po2"));
-    EXPECT_FALSE(test::exists(folder + "-5"));
+    EXPECT_EQ(outputOf(folder + "-3/run.sh"), "kept\nkept\nhere\n$HOME '\n3\n");
+    EXPECT_EQ(outputOf(folder + "-4/run.sh"), "written\nwritten\nhere\n$HOME '\n3\n");
+    EXPECT_TRUE(test::exists(folder + "-3/it_s.a.po2"));
+    EXPECT_EQ(outputOf("ls " + folder + "-5"), "errors.txt\n");
+    EXPECT_FALSE(test::exists(folder + "-6"));
     EXPECT_FALSE(test::exists(folder + "/run.sh"));
     EXPECT_FALSE(test::exists(dir.path("other/run.sh")));
 
+    QDir::setCurrent(before);
     const std::string lines = linesOf(keeping, [&](Watch& watch) {
         outputOf("rm -r " + dir.path("kept"));
         watch.driverBegins(driver);
@@ -431,7 +454,7 @@ TEST_F(WatchTest, GoalsCountOnceAMechanismAndOnceADriver)
     });
 }
 
-TEST(Score, AStoppedJobCountsForNothing)
+TEST(Score, CountsWhatIsRunAndExpectsTheRest)
 {
     Score score;
     driver_begins_t driver = driverOf("quick", 6);
@@ -442,7 +465,10 @@ TEST(Score, AStoppedJobCountsForNothing)
         score.jobEnded(endedBy(job_end_t::stopped, crashed(ONE)), true, 9);
         EXPECT_EQ(score.runsLeft(), 1 + 12 * 4 / 6.0);
     }
-    EXPECT_EQ(score.tallies().at(0).seconds, 3.5);
+    score.jobEnded(jobOf(FIVE, "Proved Proved"), false, 3);
+    EXPECT_EQ(score.runsLeft(), 12 * 7 / 11.0) << "more ran than was expected";
+    EXPECT_EQ(score.goals().proved, 2U);
+    EXPECT_EQ(score.tallies().at(0).seconds, 5);
 }
 
 TEST_F(WatchTest, OffATerminalPlainLinesComeNowAndThen)
@@ -475,7 +501,8 @@ TEST_F(WatchTest, OffATerminalPlainLinesComeNowAndThen)
         }));
         int count = 0;
         for (std::string line; std::getline(lines, line); ++count) {
-            EXPECT_EQ(line.rfind("mechtool play: 1/6 goals, 1 proved, smt/quick", 0), 0U) << line;
+            EXPECT_EQ(line.rfind("mechtool play: 1/6 goals, 1 proved, smt/quick, ", 0), 0U) << line;
+            EXPECT_NE(line.find(" jobs/s"), std::string::npos) << line;
         }
         EXPECT_GE(count, row.least);
         EXPECT_LE(count, row.most);
@@ -491,6 +518,8 @@ TEST_F(WatchTest, AJobThatRunsFarBeyondItsTimeoutIsReportedOnce)
     const std::string lines = linesOf(impatient, [](Watch& watch) {
         driver_begins_t driver = driverOf("quick", 6);
         driver.timeout = 2;
+        watch.driverBegins(driver);
+        watch.jobBegins({6, ONE}); // whose end nobody tells
         watch.driverBegins(driver);
         watch.jobBegins({7, FIVE});
         watch.jobBegins({8, ONE});
@@ -550,8 +579,10 @@ struct Screen {
 TEST_F(WatchTest, OnATerminalOneLineIsRedrawnBelowWholeLinesAndGoneAtTheEnd)
 {
     ::setenv("TERM", "xterm", 1);
-    for (const unsigned short columns : std::initializer_list<unsigned short>{40, 80}) {
+    for (const unsigned short columns : std::initializer_list<unsigned short>{40, 100}) {
         SCOPED_TRACE(columns);
+        const bool isWide = columns == 100; // and long enough to know the time left
+        const unsigned rounds = isWide ? 90 : 20;
         int master = -1;
         int slave = -1;
         const winsize size = {24, columns, 0, 0};
@@ -568,9 +599,11 @@ TEST_F(WatchTest, OnATerminalOneLineIsRedrawnBelowWholeLinesAndGoneAtTheEnd)
             ::close(slave);
             Watch watch(settings());
             watch.setComponent(component());
-            watch.driverBegins(driverOf("quick", 6));
+            watch.driverBegins(driverOf("quick", 600));
             watch.jobBegins({0, ONE});
-            for (int i = 0; i < 60; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            watch.jobBegins({2, TWO}); // which began later
+            for (unsigned i = 0; i < rounds; ++i) {
                 watch.jobEnded(i % 20 == 7 ? crashed(TWO, 1) : jobOf(TWO, "Proved Proved", 1));
                 writeLog("mechtool log\n");
                 std::cerr << "mechtool "
@@ -587,43 +620,66 @@ TEST_F(WatchTest, OnATerminalOneLineIsRedrawnBelowWholeLinesAndGoneAtTheEnd)
         screen.take(text);
         EXPECT_LT(screen.widest, columns);
         EXPECT_GE(screen.widest, columns / 2U);
-        EXPECT_GE(screen.returns, 10);
-        EXPECT_NE(text.find("2/6"), std::string::npos);
+        EXPECT_GE(screen.returns, int(rounds / 10));
+        EXPECT_NE(text.find("/600"), std::string::npos);
+        EXPECT_EQ(text.find(" s left") != std::string::npos, isWide);
         EXPECT_EQ(text.find("refuted"), std::string::npos);
         EXPECT_NE(text.find(" 1 failed"), std::string::npos);
-        EXPECT_EQ(text.find("put_ring.1 runs 1.") != std::string::npos, columns == 80) << text;
-        ASSERT_EQ(screen.rows.size(), 60U * 2 + 3 + 2);
+        EXPECT_EQ(text.find("put_ring.1 runs 1.") != std::string::npos, isWide) << text;
+        ASSERT_EQ(screen.rows.size(), rounds * 2 + (rounds + 12) / 20 + 2);
         EXPECT_EQ(screen.rows.back(), "");
         screen.rows.pop_back();
         EXPECT_EQ(screen.rows.back(), "mechtool end");
         for (const std::string& row : screen.rows) {
             EXPECT_EQ(row.rfind("mechtool ", 0), 0U) << row;
             EXPECT_EQ(row.find("mechtool ", 1), std::string::npos) << row;
+            EXPECT_TRUE(row.size() <= 14 || row.find("SIGSEGV") != std::string::npos) << row;
         }
     }
     ::setenv("TERM", "dumb", 1);
 }
 
-TEST_F(WatchTest, AnErrorStreamThatNobodyReadsHoldsNobody)
+TEST_F(WatchTest, AnErrorStreamThatNobodyReadsOrReadsLateHoldsNobody)
 {
-    int ends[2] = {-1, -1};
-    ASSERT_EQ(::pipe(ends), 0);
-    {
-        const ErrorStream stream(ends[1]);
-        ::close(ends[1]);
-        Watch watch(settings());
-        watch.setComponent(component());
-        watch.driverBegins(driverOf("quick", 6));
-        inFour([&watch](std::size_t worker) {
-            for (int k = 0; k < 3000; ++k) {
-                watch.jobBegins({worker, ONE});
-                watch.jobEnded(crashed(ONE, worker));
-            }
-        });
-        EXPECT_EQ(watch.tallies().at(0).failed, 12000U);
-        watch.end();
+    for (const bool isRead : {false, true}) {
+        SCOPED_TRACE(isRead);
+        int ends[2] = {-1, -1};
+        ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+        ::fcntl(ends[1], F_SETFL, isRead ? O_NONBLOCK : 0);
+        QByteArray text;
+        std::thread reader;
+        {
+            const ErrorStream stream(ends[1]);
+            ::close(ends[1]);
+            Watch watch(settings());
+            watch.setComponent(component());
+            watch.driverBegins(driverOf("quick", 6));
+            inFour([&watch](std::size_t worker) {
+                for (int k = 0; k < 5000; ++k) {
+                    watch.jobBegins({worker, ONE});
+                    watch.jobEnded(crashed(ONE, worker));
+                }
+            });
+            EXPECT_EQ(watch.tallies().at(0).failed, 20000U);
+            reader = std::thread([&] {
+                char block[4096];
+                for (ssize_t n; isRead && (n = ::read(ends[0], block, sizeof block)) > 0;) {
+                    text.append(block, static_cast<int>(n));
+                }
+            });
+            watch.end();
+        }
+        reader.join();
+        ::close(ends[0]); // which lets the thread of the line go
+        int lines = text.count("SIGSEGV");
+        const QRegularExpression lost(
+            QStringLiteral("([0-9]+) lines are missing here: nobody has"));
+        for (auto match = lost.globalMatch(QString::fromUtf8(text)); match.hasNext();) {
+            lines += match.next().captured(1).toInt();
+        }
+        EXPECT_EQ(lines, isRead ? 20000 : 0);
+        EXPECT_LT(text.size(), 2200000) << "of three megabytes";
     }
-    ::close(ends[0]); // which lets the thread of the line go
 }
 
 TEST_F(WatchTest, ManyWorkersWriteWholeLines)
@@ -644,16 +700,17 @@ TEST_F(WatchTest, ManyWorkersWriteWholeLines)
         });
         EXPECT_EQ(watch.goalsDone(), 2U);
         EXPECT_EQ(watch.tallies().at(0).run, 200U);
+        std::cerr << "mechtool log";
     }));
     int failed = 0;
-    int logged = 0;
+    int logged = 0; // the last one without its line end
     for (std::string line; std::getline(lines, line);) {
         EXPECT_EQ(line.rfind("mechtool ", 0), 0U) << line;
         failed += line.find("SIGSEGV") != std::string::npos ? 1 : 0;
         logged += line == "mechtool log" ? 1 : 0;
     }
     EXPECT_EQ(failed, 100);
-    EXPECT_EQ(logged, 200);
+    EXPECT_EQ(logged, 201);
     std::istringstream journal(test::contentOf(dir.path("journal")));
     int entries = 0;
     for (std::string line; std::getline(journal, line); ++entries) {
