@@ -266,14 +266,17 @@ TEST_F(Edit, AFileThatSomeoneElseHasChangedIsNotReplaced)
     EXPECT_NE(saved.find("author=\"\xc3\xa9\""), std::string::npos);
     for (const char* const change : {"same size", "another file"}) {
         SCOPED_TRACE(change);
-        const auto earlier = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+        const auto earlier =
+            std::chrono::floor<std::chrono::hours>(std::filesystem::file_time_type::clock::now());
         std::filesystem::last_write_time(dir.path("c.pos"), earlier);
         const file_stamp_t old = stampOf(file);
         std::string other = saved;
         other.back() = ' ';
-        dir.write(change[0] == 's' ? "c.pos" : "d.pos", other);
-        if (change[0] == 'a') {
-            std::filesystem::last_write_time(dir.path("d.pos"), earlier);
+        const std::string written = dir.write(change[0] == 's' ? "c.pos" : "d.pos", other);
+        std::filesystem::last_write_time(written, earlier);
+        if (change[0] == 's') { // within the same second
+            std::filesystem::last_write_time(written, earlier + std::chrono::nanoseconds(1));
+        } else {
             std::filesystem::rename(dir.path("d.pos"), dir.path("c.pos"));
         }
         EXPECT_THROW(saveDocument(file, document, old), CannotAnswer);

@@ -25,12 +25,12 @@ protected:
     };
 
     /// Starts the program on words for the shell, with the folder of the test as the current one;
-    /// its output goes to the files "out" and "err" there.
-    pid_t start(const std::string& words)
+    /// its output goes to the files "out" and "err" there. `by` is a command that runs it.
+    pid_t start(const std::string& words, const std::string& by = "")
     {
-        const std::string command =
-            "cd " + dir.path() + " && exec </dev/null >out 2>err && LC_ALL=C exec " MECHTOOL " " +
-            words;
+        const std::string command = "cd " + dir.path() +
+                                    " && exec </dev/null >out 2>err && LC_ALL=C exec " + by +
+                                    MECHTOOL " " + words;
         const pid_t child = ::fork();
         if (child == 0) {
             ::close_range(3, ~0U, 0); // whatever the test runner left open

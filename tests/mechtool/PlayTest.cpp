@@ -613,13 +613,16 @@ TEST_F(Play, ALineIsDrawnWhereATerminalShowsIt)
 
 TEST_F(Play, NothingIsLeftOfAKilledPlay)
 {
-    component({driverThatHangs()}, "Unproved");
-    const pid_t child = start("play -M m" + FILES);
-    const int prover = pidOfProver();
-    ::kill(child, SIGKILL);
-    EXPECT_EQ(end(child).status, -SIGKILL);
-    EXPECT_TRUE(test::hasEnded(prover, true));
-    EXPECT_TRUE(isClean());
+    for (const bool withItsGroup : {false, true}) {
+        SCOPED_TRACE(withItsGroup);
+        component({driverThatHangs()}, "Unproved");
+        const pid_t child = start("play -M m" + FILES, "setsid ");
+        const int prover = pidOfProver();
+        ::kill(withItsGroup ? -child : child, SIGKILL);
+        EXPECT_EQ(end(child).status, -SIGKILL);
+        EXPECT_TRUE(test::hasEnded(prover, true));
+        EXPECT_TRUE(isClean());
+    }
 }
 
 TEST_F(Play, AJobBeyondALimitIsLostAndTheNextOneRuns)
