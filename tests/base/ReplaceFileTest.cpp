@@ -6,15 +6,19 @@
 #include <csignal>
 #include <filesystem>
 
+#include <fcntl.h>
 #include <grp.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace
 {
 
 constexpr uid_t NOBODY = 65534;
+
+int renameError = 0;
 
 /// The number of the error, 0 when there was none.
 int replace(const std::string& path, const std::vector<QByteArray>& pieces)
@@ -50,6 +54,15 @@ std::string makeFile(const test::TempDir& dir, mode_t folderMode, mode_t fileMod
 }
 
 } // namespace
+
+/// Takes the system's place: a disk that fails late.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the library's are reserved
+extern "C" int rename(const char* from, const char* to)
+{
+    errno = renameError;
+    return errno != 0 ? -1
+                      : static_cast<int>(::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+}
 
 TEST(ReplaceFile, WritesEveryPieceAndKeepsLinksModeAndOwner)
 {
@@ -117,6 +130,7 @@ TEST(ReplaceFile, WhatTheFolderForbidsIsWrittenInPlaceAndAFailureKeepsTheOldCont
         {"the folder may not be written", 0555, 0666, NOBODY, 5000, 0},
         {"only the owner may rename there", 01777, 0666, 0, 5000, 0},
         {"the file may not be written", 0777, 0444, NOBODY, 5000, EACCES},
+        {"no new file takes its place", 0777, 0666, NOBODY, 5000, EIO},
         {"no room for a new file", 0777, 0666, NOBODY, 1000, EFBIG},
         {"no room in place", 0555, 0666, NOBODY, 1000, EFBIG},
     };
@@ -136,6 +150,7 @@ TEST(ReplaceFile, WhatTheFolderForbidsIsWrittenInPlaceAndAFailureKeepsTheOldCont
         ::getrlimit(RLIMIT_FSIZE, &unlimited);
         const rlimit limit = {row.room, unlimited.rlim_max};
         ::setrlimit(RLIMIT_FSIZE, &limit);
+        renameError = row.error == EIO ? EIO : 0;
         const bool dropped = ::seteuid(NOBODY) == 0; // root has given up its rights until below
         const int error = replace(path, {QByteArray(600, 'x'), QByteArray(600, 'y')});
         EXPECT_EQ(error, row.error) << row.label;

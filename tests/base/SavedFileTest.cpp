@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <tuple>
+#include <utility>
 
 #include <sched.h>
 #include <sys/mount.h>
@@ -23,8 +24,8 @@ extern "C" int fsync(int /*fd*/)
 {
     ++syncs;
     ::usleep(20000);
-    errno = syncError;
-    return syncError == 0 ? 0 : -1;
+    errno = std::exchange(syncError, 0);
+    return errno == 0 ? 0 : -1;
 }
 
 TEST(SavedFile, IsOnTheDiskBeforeTheOldContentGoesAsOftenAsThatCostsLittle)
@@ -35,8 +36,11 @@ TEST(SavedFile, IsOnTheDiskBeforeTheOldContentGoesAsOftenAsThatCostsLittle)
     std::string content;
     for (const auto& [label, mustSync, expected, error] :
          {std::tuple("the first", false, 1, 0), std::tuple("soon after it", false, 0, 0),
+          std::tuple("and after the one that did not wait", false, 0, 0),
           std::tuple("the last", true, 1, 0), std::tuple("a disk that fails", true, 1, EIO),
-          std::tuple("a disk with nothing to do", true, 1, EINVAL)}) {
+          std::tuple("a disk with nothing to do", true, 1, EINVAL),
+          std::tuple("a quota that the old content uses up for a moment", true, 2, EDQUOT)}) {
+        ::usleep(expected == 0 ? 100000 : 0);
         syncs = 0;
         syncError = error;
         const bool done = !file.replace({label}, mustSync);

@@ -52,6 +52,7 @@ TEST(XmlFile, AMalformedOrHostileFileLeavesNothingOfItself)
     const std::string laughs = "<!ENTITY a '" + times(50, "x") + "'><!ENTITY b '" +
                                times(10, "&a;") + "'><!ENTITY c '" + times(10, "&b;") +
                                "'><!ENTITY d ''>";
+    const std::string blanks(1 << 20, ' ');
     std::string names;
     for (int index = 0; index <= MAX_XML_ENTITIES; ++index) {
         names += "<!ENTITY e" + std::to_string(index) + " ''>";
@@ -79,6 +80,8 @@ TEST(XmlFile, AMalformedOrHostileFileLeavesNothingOfItself)
         {"in others", "<!DOCTYPE r [" + laughs + "]><r>&c;</r>", "empty", true},
         {"just not too many", "<!DOCTYPE r [" + names.substr(0, names.rfind('<')) + "]><r/>", "r0"},
         {"too many", "<!DOCTYPE r [" + names + "]><r/>", "empty", true},
+        {"more in a larger file", entities("e", "", "<r>" + times(25, "&e;") + blanks + "</r>"),
+         "r1"},
     };
     for (const auto& row : rows) {
         const test::Captured log(std::clog);
@@ -91,6 +94,8 @@ TEST(XmlFile, AMalformedOrHostileFileLeavesNothingOfItself)
     }
     EXPECT_EQ(read(test::pipeHolding(undeclared), readXmlFileOrStream), "r1");
     const std::string large = dir.write("large", "<r/>");
+    std::filesystem::resize_file(large, MAX_XML_FILE_SIZE);
+    EXPECT_EQ(read(large, readXmlFile), "empty") << "what follows is no text";
     std::filesystem::resize_file(large, MAX_XML_FILE_SIZE + 1);
     const std::ptrdiff_t open = test::openFiles();
     for (const std::string& path :
