@@ -72,6 +72,8 @@ TEST(DocumentText, AChangeCostsOnlyTheObligationThatIsNamed)
     expected.at(5).replace("Obligation", "Obligation name=\"1\"");
     text.changed(2);
     EXPECT_EQ(text.pieces(), expected);
+    test::childrenOf(document.documentElement()).at(3).setAttribute(ATTR_NAME, 2);
+    EXPECT_EQ(text.pieces(), expected) << "made anew once";
     document.documentElement().appendChild(document.createElement(TAG_PROOF_OBLIGATION));
     text.changed(3); // one that came later renews everything
     EXPECT_EQ(joined(text.pieces()), document.toByteArray(XML_INDENT));

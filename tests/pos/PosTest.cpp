@@ -87,7 +87,9 @@ TEST(Pos, RefutationOutweighsProofAndReliableOutweighsUnreliable)
         const QDomDocument doc = test::documentOf(goalWith("Unproved", records));
         const QDomElement goal = *goalsOf(*obligationsOf(doc).begin()).begin();
         try {
-            return strOfProofStatus(expectedStatus(goal)).toStdString() + "\n";
+            const std::string word = strOfProofStatus(expectedStatus(goal)).toStdString();
+            const status_t alone = expectedStatusWithoutAnalyser(goal);
+            return word + (alone == expectedStatus(goal) ? "\n" : ", but for the analyser\n");
         } catch (const std::out_of_range&) {
             return "out of range\n";
         }
@@ -144,6 +146,7 @@ TEST(Pos, EachGoalCountsOnceAndEachRecordUnderItsName)
     EXPECT_EQ(names, (std::list<std::string>{"n", "m", ""})); // in order of appearance
     EXPECT_TRUE(getMechanisms(dir.write("cut.pos", test::contentOf(path).substr(8)), names));
     EXPECT_TRUE(names.empty());
+    EXPECT_THROW(getMechanisms(dir.write("x.pos", goalWith("x", "")), names), std::out_of_range);
 
     metrics_t all;
     for (const char* records : {"<Mechanism status='Proved'/><Mechanism status='x'/>",
