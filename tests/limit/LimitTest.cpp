@@ -74,7 +74,8 @@ TEST_F(Limit, ACommandWithinItsLimitsIsAsWithoutThem)
 
 TEST_F(Limit, AtALimitAllDescendantsGoAndTheWordStandsOnALineOfItsOwn)
 {
-    dir.script("a) S 1", "setsid './a) S 1' & exit"); // never the same process, and an odd name
+    // Of an odd name, and there for ever, or never the same process.
+    dir.script("a) S 1", "while [ $# = 1 ]; do sleep 1000; done; setsid './a) S 1' & exit");
     expectRuns("reached", "ulimit -c 0; exec 2>/dev/null mechlimit ");
 }
 
