@@ -22,8 +22,9 @@
 namespace test
 {
 
-/// Asked, when there is one, before the system starts a program ("wait" and "sync" for two other
-/// calls): what it answers is the system's refusal, or 0. To be changed when nothing can start.
+/// Asked, when there is one, before the system starts a program ("wait", "sync" and "unlink" for
+/// other calls): what it answers is the system's refusal, or 0. To be changed when nothing can
+/// start.
 std::function<int(const std::string& program)> beforeStart;
 
 int refusal(const std::string& program)
@@ -34,7 +35,7 @@ int refusal(const std::string& program)
 } // namespace test
 
 // These take the place of the C library's own, whose parameters have reserved names.
-// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name,bugprone-reserved-identifier)
 
 extern "C" int pidfd_open(pid_t child, unsigned int flags)
 {
@@ -48,6 +49,19 @@ extern "C" int fsync(int file)
     return errno != 0 ? -1 : static_cast<int>(::syscall(SYS_fsync, file));
 }
 
+extern "C" int unlink(const char* file)
+{
+    errno = test::refusal("unlink");
+    return errno != 0 ? -1 : static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, file, 0));
+}
+
+extern "C" int __clone(int (*body)(void*), void* stack, int flags, void* given, ...)
+{
+    static const auto start = reinterpret_cast<decltype(&__clone)>(::dlsym(RTLD_NEXT, "__clone"));
+    errno = test::refusal("clone");
+    return errno != 0 ? -1 : start(body, stack, flags, given);
+}
+
 extern "C" int posix_spawn(pid_t* child, const char* program,
                            const posix_spawn_file_actions_t* actions,
                            const posix_spawnattr_t* attributes, char* const words[],
@@ -59,7 +73,7 @@ extern "C" int posix_spawn(pid_t* child, const char* program,
     return error != 0 ? error : start(child, program, actions, attributes, words, environment);
 }
 
-// NOLINTEND(readability-inconsistent-declaration-parameter-name)
+// NOLINTEND(readability-inconsistent-declaration-parameter-name,bugprone-reserved-identifier)
 
 namespace
 {
@@ -204,6 +218,9 @@ TEST_F(Children, ATimeLimitEndsTheGroupAndTheNextJobHasAnother)
     EXPECT_TRUE(test::hasEnded(pidIn("pid"), true));
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "somebody is not reaped";
     EXPECT_EQ(pair("echo x", "cat").output, "x\n");
+    run.timeLimit = std::chrono::milliseconds(500);
+    run.prover = script("late", "sleep 0.9");
+    EXPECT_EQ(runPair(run, groups).end, PairEnd::TimeLimit);
 }
 
 TEST_F(Children, ALimitedProverIsStartedLikeAnyOther)
@@ -278,7 +295,9 @@ TEST_F(Children, WhatTheSystemRefusesIsSaidWithItsReason)
                 return steps++ == which ? error : 0;
             };
             const bool own = error == EACCES && (which == 1 || which == 2); // the program's fault
-            const PairResult result = pair(":", "cat");
+            PairRun run = {script("p", ":"), {}, script("r", "cat"), 9};
+            run.memoryLimit = which % 2 << 30; // which takes another way to start the prover
+            const PairResult result = runPair(run, groups);
             EXPECT_EQ(result.end, own ? PairEnd::Read : PairEnd::Refused);
             EXPECT_EQ(result.refusal, own ? QString() : qt_error_string(error));
             EXPECT_EQ(result.prover.error, which == 1 ? error : 0);

@@ -23,6 +23,7 @@
 #include <iostream>
 #include <thread>
 
+#include <pthread.h>
 #include <sys/stat.h>
 
 using test::Captured;
@@ -89,6 +90,17 @@ protected:
         made->replay();
         log = logged.text();
         return report.text();
+    }
+
+    /// Replays, and does something else again and again meanwhile.
+    void replayDuring(const std::function<void()>& other)
+    {
+        std::future<void> played = std::async(std::launch::async, [this] {
+            replay();
+        });
+        while (played.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+            other();
+        }
     }
 
     /// The goals that each of the drivers is to work on: "0.0 0.1 | 1.0" and so on.
@@ -417,7 +429,13 @@ TEST_F(ProofDirectorTest, OnlyWholeWordsOfAReaderCount)
                                          "sleep 1000 & echo $! > $0.pid");
     const std::string open = "Unproved/Unproved/Proved ";
     make({driver}, open + open + open + open + open + open + open);
+    test::beforeStart = [this](const std::string& program) {
+        const std::string pid = program == "unlink" ? test::contentOf(dir.path("r.pid")) : "";
+        EXPECT_TRUE(pid.empty() || test::hasEnded(std::stoi(pid), true)) << "it may write the file";
+        return 0;
+    };
     EXPECT_NE(replay().find("\t+----+-\n"), std::string::npos);
+    test::beforeStart = nullptr;
     EXPECT_TRUE(test::hasEnded(std::stoi(test::contentOf(dir.path("r.pid"))), true));
     EXPECT_EQ(test::statusesOf(posPath), "Proved/Proved/Proved " + open + open + open + open +
                                              "Proved/Proved/Proved Unproved/Unknown/Unknown");
@@ -567,7 +585,9 @@ TEST_F(ProofDirectorTest, ManyWorkersLoseNoVerdict)
                                              "mkdir two && exec timeout 9 tee meet; cat");
     for (const unsigned int workers : {2U, 40U}) {
         make({driver}, goals, {"always", workers});
-        replay();
+        replayDuring([this] {
+            made->savePosFile();
+        });
         EXPECT_EQ(test::statusesOf(posPath).find("Unproved"), std::string::npos);
         EXPECT_EQ(::rmdir(dir.path("one").c_str()) + ::rmdir(dir.path("two").c_str()), 0);
     }
@@ -584,9 +604,28 @@ TEST_F(ProofDirectorTest, ManyWorkersTakeEachJobOnceAndTellEachFailure)
     }
     for (int round = 0; round < 5; ++round) {
         make({{"D1"}}, goals, {"always", 8});
-        replay();
+        replayDuring([this] {
+            made->getErrors(); // the next one that is told makes the list anew
+        });
         EXPECT_EQ(made->getErrors().size(), 400);
     }
+}
+
+TEST_F(ProofDirectorTest, WithoutRoomForAnotherThreadTheJobsRunOnThisOne)
+{
+    const std::string goals = "Unproved/Unproved/Proved | Unproved/Unproved/Proved";
+    make({driverSaying(dir, "D1", "Proved")}, goals, {"always", 2});
+    pthread_attr_t usual;
+    pthread_attr_t huge;
+    ::pthread_getattr_default_np(&usual);
+    ::pthread_attr_init(&huge);
+    ::pthread_attr_setstacksize(&huge, std::size_t(1) << 60);
+    ASSERT_EQ(::pthread_setattr_default_np(&huge), 0);
+    replay();
+    ::pthread_setattr_default_np(&usual);
+    EXPECT_EQ(log, "-- ProofDirector -- Cannot start another worker thread: "
+                   "Resource temporarily unavailable\n");
+    EXPECT_EQ(test::statusesOf(posPath), "Proved/Proved/Proved | Proved/Proved/Proved");
 }
 
 /// A report that nobody reads until it is opened.
@@ -698,6 +737,8 @@ TEST_F(ProofDirectorTest, DumpsKeepTheirLayout)
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("ISO-8859-1"));
     text << make({}, "Unproved", {"always", 7});
     EXPECT_EQ(QTextCodec::codecForLocale()->name(), "UTF-8");
+    const Captured logged(std::clog);
+    text << ProofDirector(ProofDirectorSettings());
     const QDomDocument document = test::documentOf("<m a='1'/>");
     text << ProofDirector::obligations_t{
         {"PO_0", {{pos::UNPROVED, {QStringLiteral("D1")}, document.documentElement()}}}};

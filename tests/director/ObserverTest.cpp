@@ -16,6 +16,11 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+namespace test
+{
+extern std::function<int(const std::string& program)> beforeStart; // ChildProcessTest.cpp
+} // namespace test
+
 namespace
 {
 
@@ -296,6 +301,13 @@ TEST_F(Observed, AJobThatAnExceptionEndsHasStopped)
     EXPECT_THROW(replay({driverSaying(dir, "D1", "Proved")}, OPEN), std::out_of_range);
     EXPECT_EQ(watcher.ends[job_end_t::stopped], 1);
     EXPECT_TRUE(watcher.last->verdicts.isEmpty()) << "they count for nothing";
+    settings.onlyGoal.clear();
+    test::beforeStart = [](const std::string& program) {
+        return program == "sync" ? throw std::bad_alloc() : 0; // as its verdicts are being saved
+    };
+    replay({driverSaying(dir, "D1", "Proved")}, OPEN);
+    test::beforeStart = nullptr;
+    EXPECT_EQ(watcher.ends[job_end_t::read], 1) << "they count, and are in the next save";
 }
 
 TEST(JobEnd, WhoFailsUnderAMemoryLimitHasNotTried)

@@ -121,6 +121,7 @@ TEST(SaveGroupTest, ASaveWaitsForAsManyAsMayJoinOrForAHurry)
         EXPECT_TRUE(group.wait(ticket, hurry == 0 ? 2 : 7, hours(1)));
         other.join();
         EXPECT_LE(saves, hurry == 2 ? 2 : 1) << hurry;
+        EXPECT_TRUE(group.wait(group.join({}), 1, hours(1))) << "the last one took no time";
     }
 }
 
