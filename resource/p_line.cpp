@@ -16,14 +16,16 @@ T_resource_line::~T_resource_line()
     // 1. A comment loses its line, and its life if the line was all that held it.
     detach_comment();
     // 2. An identifier goes, and takes the other lines of its definition along, from the line that
-    //    it points at back to the first. When it points at this line, the one before takes over.
+    //    it points at back to the first. When it points at this line, the one before takes over, if
+    //    that is one of them: the line of its comment is gone by the time it looks there.
     T_resource_ident* const ident = get_ident();
     if (ident == nullptr) {
         return;
     }
     item = nullptr;
     if (ident->get_line() == this) {
-        ident->set_line(get_previous());
+        T_resource_line* const before = get_previous();
+        ident->set_line(before && before->get_item() == ident ? before : nullptr);
     }
     ident->get_tool()->delete_ident(ident);
 }
