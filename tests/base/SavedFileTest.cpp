@@ -36,7 +36,7 @@ TEST(SavedFile, IsOnTheDiskBeforeTheOldContentGoesAsOftenAsThatCostsLittle)
     std::string content;
     for (const auto& [label, mustSync, expected, error] :
          {std::tuple("the first", false, 1, 0), std::tuple("soon after it", false, 0, 0),
-          std::tuple("and after the one that did not wait", false, 0, 0),
+          std::tuple("and after a save that did not wait", false, 0, 0),
           std::tuple("the last", true, 1, 0), std::tuple("a disk that fails", true, 1, EIO),
           std::tuple("a disk with nothing to do", true, 1, EINVAL),
           std::tuple("a quota that the old content uses up for a moment", true, 2, EDQUOT)}) {

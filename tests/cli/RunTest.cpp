@@ -99,7 +99,7 @@ TEST_F(Run, ABadCommandLineGivesTheHelpTextAndNothingElse)
     }
 }
 
-TEST_F(Run, OneThatHasNothingToPlaySaysWhyAndPrintsTheTotals)
+TEST_F(Run, ARunWithNothingToPlaySaysWhyAndPrintsTheTotals)
 {
     dir.write("x.y/comp.pos", "<Proof_Obligations/>");
     dir.write("odd.pos", test::posText("Valid/Unproved/Proved"));
@@ -183,7 +183,7 @@ TEST_F(Run, TextsAreUtf8WhateverTheLocaleAndTheEncodingOfTheFile)
 TEST_F(Run, ResourcesAndBareNamesLocateTools)
 {
     dir.script("writer", "while [ \"$1\" != -o ]; do shift; done; : > \"$2\"");
-    dir.script("cat", "echo Disproved"); // this one, never that of PATH
+    dir.script("cat", "echo Disproved"); // this one, never the one along PATH
     dir.write("first", "ORN*Proof*Reader: /bin/false\nORN*Proof*P: /bin/false\n");
     dir.write("rc", "ORN*Proof*Reader: /bin//cat\n"); // in the place of the first
     const test::Tool reader = {"/nowhere", "resource='Any*Reader'"};

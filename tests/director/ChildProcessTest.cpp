@@ -144,7 +144,7 @@ TEST_F(Children, AReaderThatOpensItsOutputAnewLosesNothing)
 
 TEST_F(Children, TheReaderAlwaysSeesTheEndOfItsInput)
 {
-    // Of a file, of one that is not there, of none, and of a pipe that nobody writes into.
+    // Of a file, of a file that is not there, of none, and of a pipe that nobody writes into.
     dir.write("in", "abc");
     ASSERT_EQ(::mkfifo(dir.path("pipe").c_str(), 0600), 0);
     for (const std::string file : {"in", "not written", "", "pipe"}) {
@@ -284,7 +284,7 @@ TEST_F(Children, NothingStartsAfterAStop)
     EXPECT_FALSE(test::exists(dir.path("late")));
 }
 
-TEST_F(Children, WhatTheSystemRefusesIsSaidWithItsReason)
+TEST_F(Children, WhatTheSystemRefusesIsReportedWithItsReason)
 {
     // A pair has three starts, of guard, prover and reader, and two waits; a writer one less each.
     for (const int error : {EAGAIN, ENOMEM, EMFILE, ENFILE, EACCES}) {
@@ -317,9 +317,9 @@ TEST_F(Children, ARefusedStartWaitsForAnotherJob)
     const struct {
         const char* label;
         const char* body;
-        int refused; ///< which start; 0 is that of the first guard
+        int refused; ///< which start; 0 is the first guard
         int starts;
-    } rows[] = {{"no group, but that of another job", "sleep 0.4", 1, 6},
+    } rows[] = {{"no group, but another job's", "sleep 0.4", 1, 6},
                 {"no group, and the other is given up", "sleep 0.4; kill -9 $$", 1, 7},
                 {"no prover, and no reader without it", "sleep 0.4", 2, 7},
                 {"no writer", "sleep 0.4", 2, 5}};

@@ -347,7 +347,7 @@ TEST_F(ProofDirectorTest, AVerdictReachesEveryRecordItConcerns)
     });
 }
 
-TEST_F(ProofDirectorTest, FailedToolsAreSaidAndChangeNoGoal)
+TEST_F(ProofDirectorTest, FailedToolsAreReportedAndChangeNoGoal)
 {
     const std::string untouched = "Unproved/Unproved/Proved Unproved/Unproved/Proved";
     const std::string file = dir.path(":c.d%2_mech_D1.po2");
@@ -441,7 +441,7 @@ TEST_F(ProofDirectorTest, OnlyWholeWordsOfAReaderCount)
                                              "Proved/Proved/Proved Unproved/Unknown/Unknown");
 }
 
-TEST_F(ProofDirectorTest, AFailedSaveIsSaidAndTheNextJobSavesAgain)
+TEST_F(ProofDirectorTest, AFailedSaveIsReportedAndTheNextJobSavesAgain)
 {
     test::Driver driver = driverSaying(dir, "D1", "Proved");
     // The first job takes the status file away, the second brings it back. The secondary file of
@@ -605,7 +605,7 @@ TEST_F(ProofDirectorTest, ManyWorkersTakeEachJobOnceAndTellEachFailure)
     for (int round = 0; round < 5; ++round) {
         make({{"D1"}}, goals, {"always", 8});
         replayDuring([this] {
-            made->getErrors(); // the next one that is told makes the list anew
+            made->getErrors(); // the next failure makes the list anew
         });
         EXPECT_EQ(made->getErrors().size(), 400);
     }

@@ -46,7 +46,7 @@ REPORTS = (
     ("a log that moves the cursor", GOOD, "\x1b[2J", "faults: \\x1b[2J"),
     ("no log", GOOD, None, "cannot read its log"),
 )
-# Label, list, what is printed with --array, a part of what is said.
+# Label, list, what is printed with --array, a part of the message.
 LISTS = (
     ("ranges", "".join(f"{n}.pos\n" for n in range(1, 8)), "1-7", ""),
     ("comments count", "#x\n \t\na.pos\n#b.pos\nb.pos\r\nc.pos\tx.pog\r\n\nd.pos", "3,5-6,8", ""),

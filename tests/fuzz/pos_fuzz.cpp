@@ -66,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             --metrics.total;
             return true;
         });
-        require(metrics.total == 0, "the total is not that of the goals");
+        require(metrics.total == 0, "the total differs from the goals");
     });
     checkText(document);
     knowsAllWords([&] {

@@ -54,7 +54,7 @@ std::string outcome(const std::string& xml)
     return text.str() + errors.text();
 }
 
-TEST(Mechanism, EveryRuleOfTheFileHolds)
+TEST(Mechanism, ElementsAndAttributesAreReadByTheFormatOrRefused)
 {
     test::expectCases("mechanism/golden/rules.txt", outcome);
 }
@@ -76,7 +76,8 @@ TEST(Mechanism, ADefinedResourceWinsOverThePath)
     };
     for (const auto& [resource, path] : rows) {
         EXPECT_EQ(computePath(QStringLiteral("/a//b/"), QString::fromUtf8(resource)),
-                  QString::fromUtf8(path));
+                  QString::fromUtf8(path))
+            << resource;
     }
     delete_ormalin_resources();
 }

@@ -35,12 +35,12 @@ protected:
     test::TempDir dir;
 };
 
-TEST_F(Answers, AreWhole)
+TEST_F(Answers, ShowDiffAndCheckPrintTheWholeOfTheirAnswers)
 {
     expectAnswers("mechtool/golden/answers.txt");
 }
 
-TEST_F(Answers, OfReportsAreWhole)
+TEST_F(Answers, ReportsHoldTheWholeOfTheirAnswers)
 {
     expectAnswers("mechtool/golden/reports.txt");
 }

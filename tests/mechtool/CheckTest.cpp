@@ -132,7 +132,7 @@ TEST_F(Check, EveryFaultOfAGoalIsNamed)
 }
 // NOLINTEND(bugprone-suspicious-missing-comma)
 
-TEST_F(Check, AFileThatIsNoneIsAFindingAndOneThatCannotBeReadNoAnswer)
+TEST_F(Check, AFileOfAnotherKindIsAFindingAndAnUnreadableFileNoAnswer)
 {
     dir.write("good.pos", posText("Unproved"));
     dir.write("bad.pos", "<Proof_Obligations>\n<Proof_Obligation>\n</Proof_Obligations>");

@@ -71,7 +71,7 @@ TEST(Component, TheNearestGoalIsTheOneWithTheFewestChanges)
     } rows[] = {
         {"a a.b x", "A.c.2", "a.b.2"},                                // a capital is no change
         {"a x", "X.2", "x.2"},           {"abc xy", "ab.1", "abc.1"}, // a letter was left out
-        {"ab zzac", "zzab.1", "zzac.1"}, // two letters too many, or one that differs
+        {"ab zzac", "zzab.1", "zzac.1"}, // two letters too many, or another letter
         {std::string(50, 'x'), "", ""},
     };
     for (const auto& row : rows) {

@@ -134,7 +134,7 @@ TEST_F(Play, EveryOpenGoalIsRunAndTheTableTells)
                   ": No such file or directory: set TMPDIR, or give one with -d\n");
 }
 
-TEST_F(Play, WhatCannotBePlayedIsSaidBeforeTheFirstJob)
+TEST_F(Play, WhatCannotBePlayedIsReportedBeforeTheFirstJob)
 {
     const struct {
         const char* words;

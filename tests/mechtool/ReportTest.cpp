@@ -233,7 +233,7 @@ std::string line(const std::string& goals, const std::string& verdicts, const st
            more + "}\n";
 }
 
-TEST_F(Report, TimesAreThoseOfTheLastJobs)
+TEST_F(Report, TimesComeFromTheLastJobs)
 {
     dir.write("ring.pos", RING);
     dir.write("ring.jsonl",
@@ -386,7 +386,7 @@ TEST_F(Report, FilesAreReplacedInOneStepOrLeftAlone)
     EXPECT_EQ(test::contentOf(dir.path("page.html")), before);
 }
 
-TEST_F(Report, WhatCannotBeDoneIsSaidInOneLine)
+TEST_F(Report, WhatCannotBeDoneIsReportedInOneLine)
 {
     dir.write("ring.pos", RING);
     dir.write("was.pos", RING);

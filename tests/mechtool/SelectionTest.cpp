@@ -59,7 +59,7 @@ TEST(Selection, OnlyASelectionThatNamesNothingIsRefused)
     selection.statuses.clear();
     EXPECT_FALSE(selection.takesEverything()); // a reset of everything is another thing
     EXPECT_NO_THROW(requireSelected(selection, names, 1));
-    selection.obligations.emplace_back(QStringLiteral("x*")); // a slip beside one that fits
+    selection.obligations.emplace_back(QStringLiteral("x*")); // a slip beside a name that fits
     EXPECT_THROW(requireSelected(selection, names, 1), CannotAnswer);
 }
 

@@ -134,7 +134,7 @@ TEST_F(Show, CsvHasNoControlCharactersForATerminal)
     EXPECT_NE(text.find("h.pos,\"=a,\"\"\\x9b2J\\u202e\r\n\\\",1,"), std::string::npos) << text;
 }
 
-TEST_F(Show, WhatCannotBeAnsweredIsSaidInOneLine)
+TEST_F(Show, WhatCannotBeAnsweredIsReportedInOneLine)
 {
     dir.write("ring.pos", RING);
     dir.write("empty.pos", "");

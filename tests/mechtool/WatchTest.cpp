@@ -282,7 +282,7 @@ std::string lossLines(const std::string& journal, const std::string& reason)
            " lacks 3 lines\n";
 }
 
-TEST_F(WatchTest, AJournalThatCannotBeWrittenIsSaidOnceAndTheLossAtTheEnd)
+TEST_F(WatchTest, AJournalThatCannotBeWrittenIsReportedOnceAndTheLossAtTheEnd)
 {
     const struct {
         const char* label;

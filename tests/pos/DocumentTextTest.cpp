@@ -75,7 +75,7 @@ TEST(DocumentText, AChangeCostsOnlyTheObligationThatIsNamed)
     test::childrenOf(document.documentElement()).at(3).setAttribute(ATTR_NAME, 2);
     EXPECT_EQ(text.pieces(), expected) << "made anew once";
     document.documentElement().appendChild(document.createElement(TAG_PROOF_OBLIGATION));
-    text.changed(3); // one that came later renews everything
+    text.changed(3); // an obligation that came later renews everything
     EXPECT_EQ(joined(text.pieces()), document.toByteArray(XML_INDENT));
     text.changed(0); // which is no more by then
     text.setDocument(test::documentOf("<r/>"));

@@ -156,7 +156,7 @@ TEST_F(Resources, ExplicitFileIsLaidOverTheLinesOfTheOneBefore)
     delete_resource("T", "D");
     load(E, "v\nw\nx\ny\nz\n");
     EXPECT_EQ(shapeOf(E), "vyz");
-    // A line that was left is read anew: also one that was set, with line ends in it.
+    // A line that was left is read anew, even a line that was set with line ends in it.
     set_resource("T", "N", "\n v\nw");
     load(E, "\n");
     EXPECT_STREQ(lookup_resource("T", "N"), "v");

@@ -126,4 +126,4 @@ def _check_log(case, run):
             since += 1
             case.figures[KIND].count("failed saves")
             if run.workers == 1 and since > 1:
-                case.loss(KIND, "a failed save is said twice")
+                case.loss(KIND, "a failed save is reported twice")

@@ -83,8 +83,8 @@ QDomDocument documentOf(const std::string& xml);
 /// The child elements with a tag name, or all of them.
 std::vector<QDomElement> childrenOf(const QDomElement& parent, const QString& tag = {});
 
-/// A status file. Every word of `goals` is a goal: its status, that of the mechanism "mech" on it
-/// and those of the drivers D1, D2 and so on, "goal/mechanism/driver,driver". Without the slashes
+/// A status file. Every word of `goals` is a goal: its status, the status of the mechanism "mech"
+/// on it and of the drivers D1, D2 and so on, "goal/mechanism/driver,driver". Without the slashes
 /// the goal does not know the mechanism; an empty status of a goal is not written. A "|" begins the
 /// next of the obligations PO_0, PO_1 and so on.
 std::string posText(const std::string& goals);
