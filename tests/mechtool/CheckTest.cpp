@@ -229,6 +229,12 @@ TEST_F(Check, AMechanismThatDoesNotLoadIsExplained)
          "m.xml: driver \"\": unknown group \"all\""},
         {"expansion", "<mechanism>" + driver + "</mechanism>",
          "m.xml: driver \"d\\x7f\": its prover expands \"e\""},
+        {"expansion of the reader",
+         "<mechanism>" + definition +
+             test::replaced(driver, "<reader path='/bin/cat'/>",
+                            "<reader path='/bin/cat'><expand name='r'/></reader>") +
+             "</mechanism>",
+         "its reader expands \"r\""},
         {"second definition", "<mechanism><definition/>" + definition + driver + "</mechanism>",
          "its prover expands \"e\""},
         {"tool",

@@ -106,7 +106,9 @@ TEST(Component, WhatWouldMoveTheCursorIsShownAsAnEscape)
         EXPECT_EQ(shown(QString::fromUtf8(row.name)), QString::fromUtf8(row.shown));
     }
     EXPECT_EQ(shown(QString(QChar(0xd800))), QStringLiteral("\\ud800"));
-    EXPECT_EQ(quotedForShell(QStringLiteral("a\\b")), QStringLiteral("'a\\b'"));
+    for (const QChar special : QStringLiteral(" \\;&|<>()$`\"*?[]{}!#~^")) {
+        EXPECT_EQ(quotedForShell(special), QStringLiteral("'%1'").arg(special));
+    }
     EXPECT_EQ(quotedForShell(QStringLiteral("\\\n")), QStringLiteral("$'\\134\\012'"));
     const std::pair<double, const char*> times[] = {
         {9.996, "10.0 s"}, {59.96, "1 min 00 s"}, {3599.6, "1 h 00 min"}};

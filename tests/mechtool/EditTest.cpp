@@ -84,8 +84,9 @@ TEST_F(Edit, NewMakesAFileThatIsInOrderOrNone)
                                            std::filesystem::status(dir.path("list")).permissions());
         std::filesystem::remove(dir.path("c.pos"));
     }
-    dir.write("list", "a 1\n");
+    dir.write("list", " a \t 1\n");
     EXPECT_EQ(run("new c.pos - <list").out, "c.pos: 1 goal in 1 obligation\n");
+    EXPECT_NE(contentOf(dir.path("c.pos")).find("<Tag>a</Tag>"), std::string::npos);
     EXPECT_NE(run("new none/c.pos /dev/null").err.find("choose a folder"), std::string::npos);
     EXPECT_NE(run("new d.pos /proc/self/mem").err.find("check the file"), std::string::npos);
     for (const auto& entry : std::filesystem::directory_iterator(dir.path())) {
@@ -141,6 +142,10 @@ TEST_F(Edit, ResetChangesWhatIsAskedForAndTheGoalFollows)
          test::replaced(posText("Proved/Proved"), "<Mechanism",
                         "<Mechanism name='x' status='Proved'/><Mechanism"),
          "--mechanism x", "Proved/Proved", "1 of 1 goal changed"},
+        {"a mechanism that is recorded twice",
+         test::replaced(posText("Proved/Proved"), "<Mechanism",
+                        "<Mechanism name='mech' status='Proved'/><Mechanism"),
+         "--mechanism mech", "Unproved/Unproved/Unproved", "1 of 1 goal changed"},
         // The first and the last goal were played against the word of the analyser.
         {"an analyser that was not heard", analyser, "--mechanism mech",
          "Unproved/Unproved/Unknown Disproved/Unproved/Proved Unproved/Unproved",

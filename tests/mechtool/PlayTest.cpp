@@ -503,6 +503,7 @@ TEST_F(Play, AModelIsPrintedAndTheFileStays)
     const outcome_t outcome = run("model -m m/mech.xml --goal PO_1.2" + FILES);
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("D1\\x7f: Disproved after "), std::string::npos);
+    EXPECT_NE(outcome.err.find("PO_1.2: the prover was ended by SIGKILL"), std::string::npos);
     EXPECT_NE(outcome.out.find("\n  x = 1\n  \\\\\\x1b[2J\nD2: Proved after "), std::string::npos)
         << outcome.out;
     EXPECT_EQ(run("model -m m/mech.xml --driver D2 --goal PO_0.1" + FILES).status, 1);
@@ -615,6 +616,7 @@ TEST_F(Play, NothingIsLeftOfAKilledPlay)
 {
     for (const bool withItsGroup : {false, true}) {
         SCOPED_TRACE(withItsGroup);
+        std::filesystem::remove(dir.path("pid"));
         component({driverThatHangs()}, "Unproved");
         const pid_t child = start("play -M m" + FILES, "setsid ");
         const int prover = pidOfProver();

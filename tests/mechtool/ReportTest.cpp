@@ -292,15 +292,23 @@ TEST_F(Report, LongListsAreCut)
         journal += test::replaced(line("\"PO_0." + std::to_string(i) + '"', "", "refused", "1"),
                                   "ring", "c");
     }
-    for (const char driver : std::string("abcdefghi")) { // which make 36 pairs
+    for (const char driver : std::string("abcdefghi")) { // which make 36 pairs, and one with Z3
         journal += test::replaced(
             test::replaced(line("\"PO_0.202\"", "", "read", "0"), "ring", "c"), "Z3", {driver});
+    }
+    for (int i = 1; i <= 10; ++i) {
+        journal +=
+            test::replaced(test::replaced(line("\"PO_0." + std::to_string(i) + '"', "\"Proved\"",
+                                               "read", std::to_string(i) + "e-3"),
+                                          "ring", "c"),
+                           "Z3", "a");
     }
     dir.write("c.pos", test::posText(goals + "Unproved"));
     dir.write("c.jsonl", journal);
     const std::string html = page("c.pos --journal c.jsonl");
     for (const char* part : {"201 of 202 goals are proved (99 %)", "PO_0.50 and 151 more: choose",
-                             "<p>And 1 more.</p>", "<p>8 more pairs are not drawn.</p>"}) {
+                             "<td class=n>0.005<td class=n>0.009<td class=n>0.010\n",
+                             "<p>And 1 more.</p>", "<p>9 more pairs are not drawn.</p>"}) {
         EXPECT_NE(html.find(part), std::string::npos) << part;
     }
     EXPECT_EQ(countOf(html, "<td>smt/Z3<td>refused\n"), 20) << "among the slowest";
@@ -344,8 +352,11 @@ TEST_F(Report, ResultsFollowTheLevel)
     const QDomElement refuted = results("ring.pos").firstChildElement().lastChildElement();
     EXPECT_EQ(attributeOf(refuted, "classname"), "ring.put");
     EXPECT_EQ(refuted.text(), QStringLiteral("smt Disproved"));
-    dir.write("proved.pos", test::posText("Proved"));
-    results("proved.pos ring.pos --require proved", 1);
+    for (const char* const open : {"Unproved", "Unknown", "UnreliablyProved", "Disproved"}) {
+        dir.write("proved.pos", test::posText("Proved"));
+        dir.write("open.pos", test::posText(open));
+        results("open.pos proved.pos --require proved", 1);
+    }
 }
 
 TEST_F(Report, ComponentsOfOneNameAreToldApart)

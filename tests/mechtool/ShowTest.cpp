@@ -182,6 +182,7 @@ TEST_F(Show, WhatCannotBeAnsweredIsReportedInOneLine)
 TEST_F(Show, HelpIsAnAnswer)
 {
     EXPECT_EQ(run("").out, run("--help").out);
+    EXPECT_EQ(run("-h").out, run("help").out);
     EXPECT_EQ(run("help diff").out.find("Usage: mechtool diff "), 0U);
     EXPECT_EQ(run("--version").out.find("mechtool "), 0U);
 }

@@ -290,6 +290,7 @@ TEST_F(Resources, WhateverGoesFirstTakesItsDependantsAlong)
         SCOPED_TRACE(row.removed.back());
         // M moves to the user's file, its comment stays behind: line 7 is missing then.
         load(W, " !a\nORN*T*A: \\\n\\\na\nORN*S*B: b\n!m\nORN*T*M: 1\n!end\n");
+        EXPECT_STREQ(lookup_resource("S", "B"), "b");
         load(U, "\n!c\nORN*T*C: c\n");
         resource_manager->get_file(U)->delete_line(1);
         set_resource("T", "M", "2");
