@@ -105,12 +105,12 @@ TEST_F(Report, ThePageHasTheTotalsOfShow)
                         "Unproved; smt Proved (Z3 Proved, E Unproved)\n"),
               std::string::npos);
     EXPECT_NE(html.find("<td>ring: put#2.3<td>Unproved<td>\n"), std::string::npos);
+    const char* const halves = "<rect class=\"p\" x=\"0\" width=\"500\" height=\"10\"/>"
+                               "<rect class=\"d\" x=\"500\" width=\"500\" height=\"10\"/>";
     for (const char* part :
          {"<tr class=d data-r=\"d0 \"><td>ring: put.2", "put</b><small>1/2</small>",
           "put#2</b><small>0/3</small>", "value=\"UnreliablyProved\" data-class=\"r\"",
-          "<option value=\"o1\">smt/Z3</option>", "1 of 5 goals are proved (20 %)",
-          "<rect class=\"p\" x=\"0\" width=\"500\" height=\"10\"/>"
-          "<rect class=\"d\" x=\"500\" width=\"500\" height=\"10\"/>"}) {
+          "<option value=\"o1\">smt/Z3</option>", "1 of 5 goals are proved (20 %)", halves}) {
         EXPECT_NE(html.find(part), std::string::npos) << part;
     }
     EXPECT_EQ(rowOf(html, "<span class=\"driver\">Z3"), "Z3||1ring: put.1|1|1|0|0|0|0");
@@ -138,10 +138,11 @@ TEST_F(Report, HostileNamesAreTextsOnly)
     std::string text = "<Proof_Obligations>";
     for (const std::string& tag : tags) {
         const std::string name = test::replaced(tag, "\"", "&quot;");
-        text += "<Proof_Obligation><Tag>" + tag + "</Tag><Simple_Goal status='Disproved'>" +
-                "<Proof_State proofState=\"" + name + "\"/><Mechanism name=\"" + name +
-                "\" status='Proved'><Driver name=\"" + name + "\" status='Proved'/></Mechanism>" +
-                "</Simple_Goal></Proof_Obligation>";
+        const std::string obligation =
+            "<Proof_Obligation><Tag>TAG</Tag><Simple_Goal status='Disproved'>"
+            "<Proof_State proofState=\"NAME\"/><Mechanism name=\"NAME\" status='Proved'>"
+            "<Driver name=\"NAME\" status='Proved'/></Mechanism></Simple_Goal></Proof_Obligation>";
+        text += test::replaced(test::replaced(obligation, "NAME", name), "TAG", tag);
     }
     dir.write("h.pos", text + "</Proof_Obligations>");
     dir.write("old.pos", test::replaced(text, "Disproved", "Proved") + "</Proof_Obligations>");
