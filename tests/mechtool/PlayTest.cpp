@@ -442,7 +442,8 @@ TEST_F(Play, AsManyJobsRunAtOnceAsAreAskedForAndAPlayThatIsNotSavedHasFailed)
         "Unproved/Unproved/Unproved Unproved/Unproved/Unproved" + proved + proved;
     component({driverWith("D1", meets)}, goals);
     const std::string limited =
-        "cd " + dir.path() + "; mkfifo meet 2>&-; trap '' XFSZ; ulimit -f 1; exec >out 2>err ";
+        "cd " + dir.path() +
+        "; mkfifo meet 2>&-; trap '' XFSZ; ulimit -f 1; exec >out 2>err " MECHTOOL " ";
     dir.write("list", "a 99");
     dir.write("new.xml", test::mechanismText("always", {driver("D2", "Proved")}));
     dir.write("big.pos", test::posText(goals + " Proved/Proved/Proved,Proved" + proved));
@@ -451,22 +452,22 @@ TEST_F(Play, AsManyJobsRunAtOnceAsAreAskedForAndAPlayThatIsNotSavedHasFailed)
                                   "report big.pos --html page", "report big.pos --html list",
                                   "play -m new.xml --fast -s big.pos -p comp.pog",
                                   "replay -M m" + FILES}) {
-        EXPECT_EQ(WEXITSTATUS(std::system((limited + MECHTOOL " " + words).c_str())), 2) << words;
+        EXPECT_EQ(WEXITSTATUS(std::system((limited + words).c_str())), 2) << words;
     }
     component({driverWith("D1", "mkdir half 2>&- && exec cat; kill -TERM $PPID; exec sleep 100")},
               goals);
-    const std::string stopped = limited + MECHTOOL " play -M m -j 1" + FILES;
+    const std::string stopped = limited + "play -M m -j 1" + FILES;
     EXPECT_EQ(WEXITSTATUS(std::system(stopped.c_str())), 128 + SIGTERM);
     EXPECT_NE(test::contentOf(dir.path("err"))
                   .find("stopped: 1 of 2 goals done; the POS file could not be saved: make room, "),
               std::string::npos);
     EXPECT_FALSE(test::exists(dir.path("c.pos")) || test::exists(dir.path("page")));
     EXPECT_EQ(test::contentOf(dir.path("list")), "a 99");
-    for (const std::string several :
+    for (const char* const several :
          {" -j2", std::thread::hardware_concurrency() > 1 ? "" : "-j2"}) {
         std::filesystem::remove(dir.path("one"));
         component({driverWith("D1", meets)}, goals);
-        EXPECT_EQ(run("play -M m " + several + FILES).status, 0);
+        EXPECT_EQ(run(std::string("play -M m ") + several + FILES).status, 0);
         EXPECT_EQ(statuses().find("Unproved"), std::string::npos) << several;
     }
 }
@@ -521,6 +522,7 @@ TEST_F(Play, AModelIsPrintedAndTheFileStays)
 
 TEST_F(Play, ASignalIsAnOrderlyStop)
 {
+    const std::string words = " -M m -j 1 -d temp" + FILES;
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         for (const std::string command : {"play", "replay"}) {
             SCOPED_TRACE(command + " " + std::to_string(signal));
@@ -529,7 +531,7 @@ TEST_F(Play, ASignalIsAnOrderlyStop)
             const std::string before = test::contentOf(dir.path("comp.pos"));
             ::signal(SIGHUP, signal == SIGHUP ? SIG_DFL : SIG_IGN); // as nohup does
             ::signal(SIGINT, SIG_IGN);                              // as a shell does with "&"
-            const pid_t child = start(command + " -M m -j 1 -d temp" + FILES);
+            const pid_t child = start(command + words);
             ::signal(SIGHUP, SIG_DFL);
             ::signal(SIGINT, SIG_DFL);
             const int prover = pidOfProver();
