@@ -16,8 +16,8 @@ T_resource_line::~T_resource_line()
     // 1. A comment loses its line, and its life if the line was all that held it.
     detach_comment();
     // 2. An identifier goes, and takes the other lines of its definition along, from the line that
-    //    it points at back to the first. When it points at this line, the one before takes over, if
-    //    that is one of them: the line of its comment is gone by the time it looks there.
+    //    it points at back to the first. When it points at this line, the line before takes over if
+    //    it belongs to the definition: the line of a comment would be gone by now.
     T_resource_ident* const ident = get_ident();
     if (ident == nullptr) {
         return;
